@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Installs every Debian package Vellumix needs to build, run and test.
+# Idempotent: apt-get runs only when a package is missing.
+set -euo pipefail
+
+PACKAGES=(
+  # toolchain
+  build-essential cmake ninja-build ccache pkg-config clang-format
+  # Qt 6
+  qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-image-formats-plugins qt6-wayland
+  libqt6svg6 libqt6opengl6-dev
+  # image processing, OCR, PDF, codecs
+  libopencv-core-dev libopencv-imgproc-dev
+  libtesseract-dev tesseract-ocr-eng
+  libpoppler-qt6-dev
+  libheif-dev libwebp-dev libpng-dev
+  # secret storage and desktop integration
+  qtkeychain-qt6-dev libsecret-1-0 libsecret-tools gnome-keyring dbus dbus-x11
+  libglib2.0-dev libglib2.0-bin
+  # X11 capture and key grabs
+  libx11-dev libxcb-keysyms1-dev
+  # JSON
+  nlohmann-json3-dev
+  # tests and benchmarks
+  libgtest-dev libgmock-dev googletest libbenchmark-dev
+  xvfb xauth x11-apps fonts-dejavu-core
+)
+
+missing=()
+for p in "${PACKAGES[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then
+  SUDO="sudo"
+fi
+
+echo "[setup] installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
