@@ -3,7 +3,6 @@
 #include <QGuiApplication>
 
 #include <benchmark/benchmark.h>
-
 #include <random>
 
 using namespace vellumix;

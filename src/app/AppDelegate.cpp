@@ -27,7 +27,8 @@ void AppDelegate::applicationDidFinishLaunching() {
     const DisplaySession session = detectDisplaySession();
     std::printf("[Vellumix] Display session: %s\n", qPrintable(describe(session)));
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        std::printf("[Vellumix] No system tray is running yet; the icon appears once one starts.\n");
+        std::printf(
+            "[Vellumix] No system tray is running yet; the icon appears once one starts.\n");
     }
     std::fflush(stdout);
     m_trayIcon->show();

@@ -1,8 +1,7 @@
 #include "AnnotationGeometry.h"
 
-#include <QLineF>
-
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace vellumix::geometry {
@@ -16,31 +15,57 @@ QPointF unitTowards(QPointF from, QPointF to, QPointF fallback) {
     return length == 0 ? fallback : d / length;
 }
 
-QPainterPath triangleHead(QPointF tip, QPointF u, double length) {
+using Triangle = std::array<QPointF, 3>;
+
+Triangle triangleHead(QPointF tip, QPointF u, double length) {
     const double half = 0.45 * length;
-    QPainterPath head;
-    head.moveTo(tip);
-    head.lineTo(tip.x() - u.x() * length - u.y() * half, tip.y() - u.y() * length + u.x() * half);
-    head.lineTo(tip.x() - u.x() * length + u.y() * half, tip.y() - u.y() * length - u.x() * half);
-    head.closeSubpath();
-    return head;
+    return {
+        tip,
+        QPointF(tip.x() - u.x() * length - u.y() * half, tip.y() - u.y() * length + u.x() * half),
+        QPointF(tip.x() - u.x() * length + u.y() * half, tip.y() - u.y() * length - u.x() * half)};
 }
 
-QPainterPath dot(QPointF centre, double radius) {
-    QPainterPath path;
-    path.addEllipse(QRectF(centre.x() - radius, centre.y() - radius, 2 * radius, 2 * radius));
-    return path;
-}
-
-struct ArrowFrame {
-    QPointF endDirection;
-    QPointF startDirection;
-    double headLength;
+// Every point the arrow's paths are made of, computed once and shared by the paths and the
+// bounds (hit-testing needs the bounds without building path objects).
+struct ArrowPoints {
+    std::array<QPointF, 4> shaft; // start, two cubic control points, end
+    std::array<Triangle, 2> heads;
+    int headCount = 0;
+    std::array<QPointF, 2> dots;
+    int dotCount = 0;
+    double dotRadius = 0;
 };
 
-ArrowFrame frameOf(const ArrowAnnotation& arrow) {
-    return {unitTowards(arrow.controlPoint, arrow.end, {1, 0}),
-            unitTowards(arrow.controlPoint, arrow.start, {-1, 0}), arrowHeadLength(arrow.lineWidth)};
+ArrowPoints arrowPoints(const ArrowAnnotation& arrow) {
+    ArrowPoints p;
+    const QPointF uEnd = unitTowards(arrow.controlPoint, arrow.end, {1, 0});
+    const QPointF uStart = unitTowards(arrow.controlPoint, arrow.start, {-1, 0});
+    const double length = arrowHeadLength(arrow.lineWidth);
+    const bool headAtEnd =
+        arrow.endCap == ArrowEndCap::triangle || arrow.endCap == ArrowEndCap::triangleBoth;
+    const bool headAtStart = arrow.endCap == ArrowEndCap::triangleBoth;
+
+    // The shaft stops at the base of each head.
+    const QPointF s = headAtStart ? arrow.start - length * uStart : arrow.start;
+    const QPointF e = headAtEnd ? arrow.end - length * uEnd : arrow.end;
+    // The exact cubic form of the quadratic through the control point.
+    const QPointF c = arrow.controlPoint;
+    p.shaft = {s, s + (c - s) * 2.0 / 3.0, e + (c - e) * 2.0 / 3.0, e};
+
+    if (headAtEnd) {
+        p.heads[p.headCount++] = triangleHead(arrow.end, uEnd, length);
+    }
+    if (headAtStart) {
+        p.heads[p.headCount++] = triangleHead(arrow.start, uStart, length);
+    }
+    if (arrow.endCap == ArrowEndCap::dot || arrow.endCap == ArrowEndCap::dotBoth) {
+        p.dots[p.dotCount++] = arrow.end;
+    }
+    if (arrow.endCap == ArrowEndCap::dotBoth) {
+        p.dots[p.dotCount++] = arrow.start;
+    }
+    p.dotRadius = arrowDotRadius(arrow.lineWidth);
+    return p;
 }
 
 } // namespace
@@ -54,48 +79,59 @@ double arrowDotRadius(double lineWidth) {
 }
 
 QPainterPath arrowShaftPath(const ArrowAnnotation& arrow) {
-    const ArrowFrame f = frameOf(arrow);
-    QPointF s = arrow.start;
-    QPointF e = arrow.end;
-    if (arrow.endCap == ArrowEndCap::triangle || arrow.endCap == ArrowEndCap::triangleBoth) {
-        e = arrow.end - f.headLength * f.endDirection;
-    }
-    if (arrow.endCap == ArrowEndCap::triangleBoth) {
-        s = arrow.start - f.headLength * f.startDirection;
-    }
-    // The exact cubic form of the quadratic through the control point.
-    const QPointF c = arrow.controlPoint;
+    const auto& shaft = arrowPoints(arrow).shaft;
     QPainterPath path;
-    path.moveTo(s);
-    path.cubicTo(s + (c - s) * 2.0 / 3.0, e + (c - e) * 2.0 / 3.0, e);
+    path.moveTo(shaft[0]);
+    path.cubicTo(shaft[1], shaft[2], shaft[3]);
     return path;
 }
 
 std::vector<QPainterPath> arrowCapPaths(const ArrowAnnotation& arrow) {
-    const ArrowFrame f = frameOf(arrow);
-    const double radius = arrowDotRadius(arrow.lineWidth);
-    switch (arrow.endCap) {
-    case ArrowEndCap::triangle:
-        return {triangleHead(arrow.end, f.endDirection, f.headLength)};
-    case ArrowEndCap::triangleBoth:
-        return {triangleHead(arrow.end, f.endDirection, f.headLength),
-                triangleHead(arrow.start, f.startDirection, f.headLength)};
-    case ArrowEndCap::dot:
-        return {dot(arrow.end, radius)};
-    case ArrowEndCap::dotBoth:
-        return {dot(arrow.end, radius), dot(arrow.start, radius)};
-    case ArrowEndCap::line:
-        break;
+    const ArrowPoints p = arrowPoints(arrow);
+    std::vector<QPainterPath> caps;
+    for (int i = 0; i < p.headCount; ++i) {
+        QPainterPath head;
+        head.moveTo(p.heads[i][0]);
+        head.lineTo(p.heads[i][1]);
+        head.lineTo(p.heads[i][2]);
+        head.closeSubpath();
+        caps.push_back(head);
     }
-    return {};
+    for (int i = 0; i < p.dotCount; ++i) {
+        const double r = p.dotRadius;
+        QPainterPath dot;
+        dot.addEllipse(QRectF(p.dots[i].x() - r, p.dots[i].y() - r, 2 * r, 2 * r));
+        caps.push_back(dot);
+    }
+    return caps;
 }
 
 QRectF bounds(const ArrowAnnotation& arrow) {
-    QRectF box = arrowShaftPath(arrow).controlPointRect();
-    for (const QPainterPath& cap : arrowCapPaths(arrow)) {
-        box = unite(box, cap.controlPointRect());
+    const ArrowPoints p = arrowPoints(arrow);
+    double left = p.shaft[0].x();
+    double right = left;
+    double top = p.shaft[0].y();
+    double bottom = top;
+    const auto include = [&](QPointF q) {
+        left = std::min(left, q.x());
+        right = std::max(right, q.x());
+        top = std::min(top, q.y());
+        bottom = std::max(bottom, q.y());
+    };
+    for (QPointF q : p.shaft) {
+        include(q);
     }
-    return box;
+    for (int i = 0; i < p.headCount; ++i) {
+        for (QPointF q : p.heads[i]) {
+            include(q);
+        }
+    }
+    // A circle's control points span exactly its bounding square.
+    for (int i = 0; i < p.dotCount; ++i) {
+        include(p.dots[i] - QPointF(p.dotRadius, p.dotRadius));
+        include(p.dots[i] + QPointF(p.dotRadius, p.dotRadius));
+    }
+    return {left, top, right - left, bottom - top};
 }
 
 } // namespace vellumix::geometry

@@ -9,8 +9,7 @@ namespace vellumix::geometry {
 QRectF rectFromPoints(QPointF start, QPointF end, bool square) {
     QPointF far = end;
     if (square) {
-        const double side =
-            std::min(std::abs(end.x() - start.x()), std::abs(end.y() - start.y()));
+        const double side = std::min(std::abs(end.x() - start.x()), std::abs(end.y() - start.y()));
         far = {start.x() + (end.x() < start.x() ? -side : side),
                start.y() + (end.y() < start.y() ? -side : side)};
     }

@@ -10,8 +10,10 @@ QRectF dragCropRect(const QRectF& cropRect, CropHandle handle, double dx, double
     if (handle == CropHandle::interior) {
         QRectF moved = cropRect.translated(dx, dy);
         // Keep the size; when the rectangle is larger than the limit its top-left stays inside.
-        const double x = std::max(bound.left(), std::min(moved.left(), bound.right() - moved.width()));
-        const double y = std::max(bound.top(), std::min(moved.top(), bound.bottom() - moved.height()));
+        const double x =
+            std::max(bound.left(), std::min(moved.left(), bound.right() - moved.width()));
+        const double y =
+            std::max(bound.top(), std::min(moved.top(), bound.bottom() - moved.height()));
         moved.moveTo(x, y);
         return moved;
     }

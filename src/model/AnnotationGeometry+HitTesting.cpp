@@ -30,9 +30,10 @@ double zoomFactor(std::optional<double> magnification) {
 std::vector<int> hitIndices(const AnnotationList& annotations, QPointF point) {
     std::vector<int> hits;
     for (int i = static_cast<int>(annotations.size()) - 1; i >= 0; --i) {
-        const QRectF grown = bounds(annotations[static_cast<size_t>(i)])
-                                 .normalized()
-                                 .adjusted(-hitTolerance, -hitTolerance, hitTolerance, hitTolerance);
+        const QRectF grown =
+            bounds(annotations[static_cast<size_t>(i)])
+                .normalized()
+                .adjusted(-hitTolerance, -hitTolerance, hitTolerance, hitTolerance);
         if (containsClosed(grown, point)) {
             hits.push_back(i);
         }

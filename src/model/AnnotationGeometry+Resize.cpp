@@ -75,10 +75,10 @@ QRectF aspectResize(ResizeHandle h, const QRectF& r, double dx, double dy) {
 }
 
 QPainterPath scaledPath(const QPainterPath& path, const QRectF& from, const QRectF& to) {
-    const QTransform t = QTransform::fromTranslate(-from.left(), -from.top()) *
-                         QTransform::fromScale(to.width() / from.width(),
-                                               to.height() / from.height()) *
-                         QTransform::fromTranslate(to.left(), to.top());
+    const QTransform t =
+        QTransform::fromTranslate(-from.left(), -from.top()) *
+        QTransform::fromScale(to.width() / from.width(), to.height() / from.height()) *
+        QTransform::fromTranslate(to.left(), to.top());
     return t.map(path);
 }
 

@@ -2,7 +2,6 @@
 
 #include <QRandomGenerator>
 
-
 namespace vellumix {
 
 namespace {

@@ -17,7 +17,8 @@ Color Color::opaque() const {
     return {red, green, blue, 1};
 }
 
-Color Color::converted(const std::optional<Color>& rgbSource, std::optional<double> newAlpha) const {
+Color Color::converted(const std::optional<Color>& rgbSource,
+                       std::optional<double> newAlpha) const {
     // Colours are stored in sRGB already, so the conversion to sRGB cannot fail and is the
     // identity; only the component selection remains.
     const Color& rgbFrom = rgbSource ? *rgbSource : *this;
@@ -25,8 +26,9 @@ Color Color::converted(const std::optional<Color>& rgbSource, std::optional<doub
 }
 
 QColor Color::toQColor() const {
-    return QColor::fromRgbF(static_cast<float>(clampUnit(red)), static_cast<float>(clampUnit(green)),
-                            static_cast<float>(clampUnit(blue)), static_cast<float>(clampUnit(alpha)));
+    return QColor::fromRgbF(
+        static_cast<float>(clampUnit(red)), static_cast<float>(clampUnit(green)),
+        static_cast<float>(clampUnit(blue)), static_cast<float>(clampUnit(alpha)));
 }
 
 Color Color::fromQColor(const QColor& color) {

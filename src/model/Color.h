@@ -40,10 +40,10 @@ struct Color {
 /// The desktop's named accent colours. Components have three decimals so that they survive the
 /// three-decimal rounding of saved files unchanged.
 namespace SystemColors {
-inline constexpr Color red = Color::rgb(0.878, 0.106, 0.141);    // #E01B24
-inline constexpr Color blue = Color::rgb(0.208, 0.518, 0.894);   // #3584E4
-inline constexpr Color orange = Color::rgb(1.0, 0.471, 0.0);     // #FF7800
-inline constexpr Color green = Color::rgb(0.2, 0.82, 0.478);     // #33D17A
+inline constexpr Color red = Color::rgb(0.878, 0.106, 0.141);  // #E01B24
+inline constexpr Color blue = Color::rgb(0.208, 0.518, 0.894); // #3584E4
+inline constexpr Color orange = Color::rgb(1.0, 0.471, 0.0);   // #FF7800
+inline constexpr Color green = Color::rgb(0.2, 0.82, 0.478);   // #33D17A
 } // namespace SystemColors
 
 } // namespace vellumix

@@ -51,8 +51,8 @@ CropHandle toCropHandle(ResizeHandle handle);
 std::optional<ResizeHandle> toResizeHandle(CropHandle handle);
 
 template <> struct EnumNames<Tool> {
-    static constexpr std::array<QStringView, 8> names{
-        u"select", u"rect", u"oval", u"arrow", u"draw", u"text", u"editImage", u"overlay"};
+    static constexpr std::array<QStringView, 8> names{u"select", u"rect", u"oval",      u"arrow",
+                                                      u"draw",   u"text", u"editImage", u"overlay"};
 };
 template <> struct EnumNames<LineStyle> {
     static constexpr std::array<QStringView, 4> names{u"solid", u"dotted", u"dashed", u"dashDot"};

@@ -29,12 +29,14 @@ bool QtFontCatalogue::hasMember(const QString& family, bool bold, bool italic) c
     const QStringList styles = QFontDatabase::styles(family);
     for (const QString& style : styles) {
         // Oblique members count as italic: both are the slanted trait.
-        const bool styleItalic = QFontDatabase::font(family, style, 12).style() != QFont::StyleNormal;
+        const bool styleItalic =
+            QFontDatabase::font(family, style, 12).style() != QFont::StyleNormal;
         const int weight = QFontDatabase::weight(family, style);
         const bool styleBold = weight >= QFont::DemiBold;
         // Only the normal and bold weights count; light, medium and black members do not.
         const bool normalWeight = weight == QFont::Normal;
-        if (styleItalic == italic && (bold ? styleBold && weight <= QFont::ExtraBold : normalWeight)) {
+        if (styleItalic == italic &&
+            (bold ? styleBold && weight <= QFont::ExtraBold : normalWeight)) {
             return true;
         }
     }

@@ -7,15 +7,16 @@ namespace vellumix {
 DisplaySession detectDisplaySession(const QString& platformName, const EnvironmentLookup& env) {
     DisplaySession session;
     session.platformName = platformName;
-    const bool waylandEnvironment = !env("WAYLAND_DISPLAY").isEmpty() ||
-                                    env("XDG_SESSION_TYPE").compare(u"wayland") == 0;
+    const bool waylandEnvironment =
+        !env("WAYLAND_DISPLAY").isEmpty() || env("XDG_SESSION_TYPE").compare(u"wayland") == 0;
     if (platformName.startsWith(u"wayland")) {
         session.kind = DisplaySession::Kind::wayland;
     } else if (platformName == u"xcb") {
         // Qt falls back to xcb when its Wayland plugin is missing; under XWayland root-window
         // grabs and key grabs miss native Wayland clients, so the portals are used there too.
         session.viaXWayland = waylandEnvironment;
-        session.kind = waylandEnvironment ? DisplaySession::Kind::wayland : DisplaySession::Kind::x11;
+        session.kind =
+            waylandEnvironment ? DisplaySession::Kind::wayland : DisplaySession::Kind::x11;
     } else {
         session.kind = DisplaySession::Kind::headless;
     }
@@ -23,9 +24,8 @@ DisplaySession detectDisplaySession(const QString& platformName, const Environme
 }
 
 DisplaySession detectDisplaySession() {
-    return detectDisplaySession(QGuiApplication::platformName(), [](const char* name) {
-        return qEnvironmentVariable(name);
-    });
+    return detectDisplaySession(QGuiApplication::platformName(),
+                                [](const char* name) { return qEnvironmentVariable(name); });
 }
 
 QString describe(const DisplaySession& session) {

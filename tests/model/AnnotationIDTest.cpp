@@ -2,9 +2,8 @@
 
 #include <QSet>
 
-#include <gtest/gtest.h>
-
 #include <array>
+#include <gtest/gtest.h>
 
 using vellumix::AnnotationID;
 
@@ -46,7 +45,7 @@ TEST(AnnotationID, DecodingRejectsOnlyTheEmptyString) {
     EXPECT_EQ(empty.error().message, QStringLiteral("AnnotationID cannot be empty"));
 
     for (const QString& raw : {QStringLiteral("x"), QStringLiteral("not-an-id with spaces"),
-                              QStringLiteral("ÄÖÜ✓"), QStringLiteral("0123456789abcdef")}) {
+                               QStringLiteral("ÄÖÜ✓"), QStringLiteral("0123456789abcdef")}) {
         const auto decoded = AnnotationID::decode(raw);
         ASSERT_TRUE(decoded) << qPrintable(raw);
         EXPECT_EQ(decoded->rawValue(), raw);

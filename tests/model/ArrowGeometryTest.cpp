@@ -100,3 +100,16 @@ TEST(ArrowGeometry, BoundsUniteShaftAndCapsWithoutLineWidth) {
     // Control points of the cubic reach y = 2/3 · 50.
     expectRectNear(bounds(Annotation(a)), QRectF(0, 0, 100, 100.0 / 3), 1e-6);
 }
+
+// Bounds are computed from points without building paths; they must agree with the paths.
+TEST(ArrowGeometry, BoundsAgreeWithTheDrawnPathsForEveryCap) {
+    for (ArrowEndCap cap : allCases<ArrowEndCap>()) {
+        SCOPED_TRACE(qPrintable(rawValue(cap)));
+        const auto a = arrowBetween({30, 40}, {-20, 90}, {70, 120}, 3.5, cap);
+        QRectF expected = arrowShaftPath(a).controlPointRect();
+        for (const QPainterPath& p : arrowCapPaths(a)) {
+            expected = expected.united(p.controlPointRect());
+        }
+        expectRectNear(bounds(Annotation(a)), expected, 1e-9);
+    }
+}

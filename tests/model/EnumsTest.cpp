@@ -1,5 +1,6 @@
-#include "model/Annotation.h"
 #include "model/Enums.h"
+
+#include "model/Annotation.h"
 
 #include <gtest/gtest.h>
 

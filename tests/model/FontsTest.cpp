@@ -4,7 +4,6 @@
 #include <QFontInfo>
 
 #include <gtest/gtest.h>
-
 #include <set>
 #include <tuple>
 
@@ -35,15 +34,19 @@ TEST(FontResolution, SystemFamilyTakesBoldThenItalicWhereAvailable) {
     // No upright-italic member: the italic conversion is impossible and the font stays upright.
     EXPECT_EQ(resolveFont(fonts, "System", "Italic", 12),
               (FontDescriptor{"UI Sans", false, false, 12}));
-    EXPECT_EQ(resolveFont(fonts, "System", "Bold", 20), (FontDescriptor{"UI Sans", true, false, 20}));
+    EXPECT_EQ(resolveFont(fonts, "System", "Bold", 20),
+              (FontDescriptor{"UI Sans", true, false, 20}));
 }
 
 TEST(FontResolution, StyleNamesAreMatchedExactly) {
     FakeCatalogue fonts;
     fonts.members = {{"Serifa", false, false}, {"Serifa", true, false}};
-    EXPECT_EQ(resolveFont(fonts, "Serifa", "bold", 16), (FontDescriptor{"Serifa", false, false, 16}));
-    EXPECT_EQ(resolveFont(fonts, "Serifa", "Heavy", 16), (FontDescriptor{"Serifa", false, false, 16}));
-    EXPECT_EQ(resolveFont(fonts, "Serifa", "Bold", 16), (FontDescriptor{"Serifa", true, false, 16}));
+    EXPECT_EQ(resolveFont(fonts, "Serifa", "bold", 16),
+              (FontDescriptor{"Serifa", false, false, 16}));
+    EXPECT_EQ(resolveFont(fonts, "Serifa", "Heavy", 16),
+              (FontDescriptor{"Serifa", false, false, 16}));
+    EXPECT_EQ(resolveFont(fonts, "Serifa", "Bold", 16),
+              (FontDescriptor{"Serifa", true, false, 16}));
 }
 
 TEST(FontResolution, MissingFamilyOrMemberFallsBackToTheRegularSystemFont) {

@@ -50,7 +50,8 @@ TEST(HitTesting, HandlesAreSquaresScaledByZoomTriedInOrder) {
 }
 
 TEST(HitTesting, ArrowsHaveAnchorsNotResizeHandles) {
-    const ArrowAnnotation arrow = arrowBetween({0, 0}, {4, 0}, {100, 100}, 2, ArrowEndCap::triangle);
+    const ArrowAnnotation arrow =
+        arrowBetween({0, 0}, {4, 0}, {100, 100}, 2, ArrowEndCap::triangle);
     EXPECT_EQ(annotationHandleAt(arrow, {0, 0}, 1), std::nullopt);
     // Both ends are within reach of (2, 0); start is tried first.
     EXPECT_EQ(arrowAnchorAt(arrow, {2, 0}, 1), ArrowAnchor::start);

@@ -83,7 +83,8 @@ TEST(ResizeAnnotation, DegenerateStrokesAndArrowsStayUnchanged) {
         std::get<StrokeAnnotation>(resized(vertical, ResizeHandle::bottomRight, false, 30, 30));
     EXPECT_EQ(stroke.path, vertical.path);
 
-    const ArrowAnnotation arrow = arrowBetween({0, 0}, {50, 50}, {25, 25}, 2, ArrowEndCap::triangle);
+    const ArrowAnnotation arrow =
+        arrowBetween({0, 0}, {50, 50}, {25, 25}, 2, ArrowEndCap::triangle);
     const auto same = std::get<ArrowAnnotation>(resized(arrow, ResizeHandle::topLeft, true, 9, 9));
     EXPECT_EQ(same.start, arrow.start);
     EXPECT_EQ(same.end, arrow.end);

@@ -1,7 +1,6 @@
 #include "platform/DisplaySession.h"
 
 #include <gtest/gtest.h>
-
 #include <map>
 #include <string>
 
@@ -27,7 +26,8 @@ TEST(DisplaySession, PlatformAndEnvironmentDecideTheRoute) {
     EXPECT_FALSE(native.viaXWayland);
 
     // Qt fell back to xcb inside a Wayland session: X11 grabs would miss native windows.
-    const auto xwayland = detectDisplaySession("xcb", environment({{"WAYLAND_DISPLAY", "wayland-0"}}));
+    const auto xwayland =
+        detectDisplaySession("xcb", environment({{"WAYLAND_DISPLAY", "wayland-0"}}));
     EXPECT_TRUE(xwayland.usesPortals());
     EXPECT_TRUE(xwayland.viaXWayland);
     EXPECT_EQ(describe(xwayland), QStringLiteral("wayland via XWayland (xcb)"));
