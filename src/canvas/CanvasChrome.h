@@ -1,0 +1,35 @@
+#pragma once
+
+#include "CanvasSnapshot.h"
+
+#include <QPainter>
+
+namespace vellumix::render {
+
+/// A dashed outline that reads on any background: white dashes, then black ones in the gaps.
+void drawMarchingAnts(QPainter& painter, const QPainterPath& path, double lineWidth);
+/// A read-out in a rounded dark box below and to the right of `point`; sizes follow `zoom`.
+void drawLabel(QPainter& painter, QPointF point, const QString& text, double zoom);
+/// A padlock in a filled circle, 24 units across, centred on `around` (not zoomed).
+void drawLockBadge(QPainter& painter, const QRectF& around);
+/// A white handle circle of diameter `diameter` with a coloured ring.
+void drawHandle(QPainter& painter, QPointF centre, double diameter, const Color& ring, double zoom);
+
+/// Outline with handles (or the lock badge) for one selected annotation.
+void drawSelectionChrome(QPainter& painter, const Annotation& annotation, double zoom);
+/// One outline around several selected annotations; no handles.
+void drawGroupOutline(QPainter& painter, std::span<const Annotation> annotations,
+                      const std::vector<int>& indices, double zoom);
+/// Dims everything visible outside the crop rectangle and draws its outline and handles.
+void drawCropOverlay(QPainter& painter, const QRectF& cropRect, const QRectF& visibleRect,
+                     double zoom);
+
+/// "W × H px" for the rubber band and "X, Y px" for the cursor (image pixels), truncated.
+QString sizeLabelText(const QRectF& rect);
+QString cursorLabelText(QPointF canvasPoint);
+
+/// The whole canvas in its display order: image, annotations, previews, rubber band, crop
+/// overlay, selection chrome, cursor label.
+void drawCanvas(QPainter& painter, const CanvasSnapshot& canvas);
+
+} // namespace vellumix::render

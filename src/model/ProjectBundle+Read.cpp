@@ -1,0 +1,48 @@
+#include "CodableAnnotation.h"
+#include "ProjectBundle.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+
+namespace vellumix::bundle {
+
+namespace {
+
+// Far beyond any real annotation file; a larger one is not read at all.
+constexpr qint64 maxAnnotationsFileBytes = 512LL * 1024 * 1024;
+
+} // namespace
+
+AnnotationList loadAnnotations(const QString& bundlePath) {
+    const QDir folder(bundlePath);
+    QFile file(folder.filePath(annotationsFile));
+    if (file.size() > maxAnnotationsFileBytes || !file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QByteArray data = file.readAll();
+    const QString overlays = folder.filePath(overlaysFolder);
+    const OverlayImageLoader loadOverlay = [&overlays](const QString& ref) -> QImage {
+        if (!isValidOverlayRef(ref)) {
+            return {};
+        }
+        return readImageFile(overlays + QLatin1Char('/') + ref + QStringLiteral(".png"));
+    };
+    return decodeAnnotations(std::string_view(data.constData(), static_cast<size_t>(data.size())),
+                             loadOverlay);
+}
+
+QImage readImage(const QString& bundlePath) {
+    return readImageFile(QDir(bundlePath).filePath(imageFile));
+}
+
+bool isBundle(const QString& path) {
+    if (!QFileInfo(path).isDir()) {
+        return false;
+    }
+    QImageReader reader(QDir(path).filePath(imageFile));
+    return reader.canRead();
+}
+
+} // namespace vellumix::bundle

@@ -1,0 +1,162 @@
+#include "CodableAnnotation.h"
+#include "ProjectBundle.h"
+#include "canvas/AnnotationRenderer.h"
+
+#include <QDir>
+#include <QSaveFile>
+#include <QUuid>
+
+#include <future>
+
+namespace vellumix::bundle {
+
+namespace {
+
+// 72 dpi: one pixel per point, recorded in every PNG of a bundle.
+constexpr int dotsPerMetre = 2835;
+
+Status writeFileAtomically(const QString& path, const QByteArray& data) {
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return Error{QStringLiteral("%1: %2").arg(path, file.errorString())};
+    }
+    if (file.write(data) != data.size() || !file.commit()) {
+        return Error{QStringLiteral("%1: %2").arg(path, file.errorString())};
+    }
+    return success();
+}
+
+std::optional<QByteArray> encodePng(const QImage& image, const BundleServices& services) {
+    if (image.isNull()) {
+        return std::nullopt;
+    }
+    QImage tagged = image;
+    tagged.setDotsPerMeterX(dotsPerMetre);
+    tagged.setDotsPerMeterY(dotsPerMetre);
+    const PngEncoder& encode = services.encodePng ? services.encodePng : PngEncoder(encodePngWithQt);
+    return encode(tagged);
+}
+
+Status writePng(const QImage& image, const QString& path, const BundleServices& services) {
+    const auto data = encodePng(image, services);
+    if (!data) {
+        return Error{QStringLiteral("%1: the image could not be encoded").arg(path)};
+    }
+    return writeFileAtomically(path, *data);
+}
+
+Status makeFolder(const QString& path) {
+    if (!QDir().mkpath(path)) {
+        return Error{QStringLiteral("%1: the folder could not be created").arg(path)};
+    }
+    return success();
+}
+
+// The thumbnail and the icon, both drawn from the composite.
+Status writePreviews(const QImage& image, const AnnotationList& annotations,
+                     const QString& bundlePath, const BundleServices& services) {
+    const QImage composite = render::renderComposite(image, annotations).value_or(QImage());
+    if (composite.isNull()) {
+        return Error{QStringLiteral("%1: the thumbnail could not be drawn").arg(bundlePath)};
+    }
+    const Status thumbnail =
+        writePng(makeThumbnail(composite), QDir(bundlePath).filePath(thumbnailFile), services);
+    if (services.setFolderIcon) {
+        services.setFolderIcon(bundlePath, makeIconRepresentations(composite));
+    }
+    return thumbnail;
+}
+
+// Encodes the base image on a second thread while the caller's work runs on this one.
+std::future<std::optional<QByteArray>> encodeInBackground(const QImage& image,
+                                                          const BundleServices& services) {
+    return std::async(std::launch::async, [image, services] { return encodePng(image, services); });
+}
+
+Status finishImage(std::future<std::optional<QByteArray>>& encoded, const QString& bundlePath) {
+    const QString path = QDir(bundlePath).filePath(imageFile);
+    const auto data = encoded.get();
+    if (!data) {
+        return Error{QStringLiteral("%1: the image could not be encoded").arg(path)};
+    }
+    return writeFileAtomically(path, *data);
+}
+
+} // namespace
+
+Status writeAnnotations(const AnnotationList& annotations, const QString& bundlePath,
+                        const BundleServices& services) {
+    const QDir folder(bundlePath);
+    bool madeOverlays = false;
+    for (const Annotation& annotation : annotations) {
+        const auto* overlay = std::get_if<OverlayAnnotation>(&annotation);
+        if (!overlay || !overlay->overlayRef || !isValidOverlayRef(*overlay->overlayRef)) {
+            continue;
+        }
+        if (!madeOverlays) {
+            if (Status made = makeFolder(folder.filePath(overlaysFolder)); !made) {
+                return made;
+            }
+            madeOverlays = true;
+        }
+        const QString path =
+            folder.filePath(overlaysFolder + QLatin1Char('/') + *overlay->overlayRef + ".png");
+        if (Status written = writePng(overlay->image, path, services); !written) {
+            return written;
+        }
+    }
+    const std::string json = encodeAnnotations(annotations);
+    return writeFileAtomically(folder.filePath(annotationsFile),
+                               QByteArray(json.data(), static_cast<qsizetype>(json.size())));
+}
+
+Status write(const QImage& image, const AnnotationList& annotations, const QString& bundlePath,
+             const BundleServices& services) {
+    if (Status made = makeFolder(bundlePath); !made) {
+        return made;
+    }
+    if (image.isNull()) {
+        return Error{QStringLiteral("%1: the image could not be encoded")
+                         .arg(QDir(bundlePath).filePath(imageFile))};
+    }
+    auto encoded = encodeInBackground(image, services);
+    const Status annotationsWritten = writeAnnotations(annotations, bundlePath, services);
+    const Status previews = annotationsWritten ? writePreviews(image, annotations, bundlePath, services)
+                                               : annotationsWritten;
+    // The image is the first file of a bundle; its failure is the one reported first.
+    if (Status imageWritten = finishImage(encoded, bundlePath); !imageWritten) {
+        return imageWritten;
+    }
+    return previews;
+}
+
+Status refreshImage(const QImage& image, const QString& bundlePath,
+                    const BundleServices& services) {
+    auto encoded = encodeInBackground(image, services);
+    const AnnotationList annotations = loadAnnotations(bundlePath);
+    const Status previews = writePreviews(image, annotations, bundlePath, services);
+    if (Status imageWritten = finishImage(encoded, bundlePath); !imageWritten) {
+        return imageWritten;
+    }
+    return previews;
+}
+
+QString newOverlayRef() {
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+}
+
+bool isValidOverlayRef(const QString& ref) {
+    if (ref.isEmpty() || ref.size() > 128 || ref.startsWith(QLatin1Char('.'))) {
+        return false;
+    }
+    for (QChar c : ref) {
+        const bool allowed = (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'z') ||
+                             (c >= u'A' && c <= u'Z') || c == u'-' || c == u'_' || c == u'.';
+        if (!allowed) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace vellumix::bundle

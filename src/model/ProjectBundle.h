@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Annotation.h"
+#include "ImageCodec.h"
+#include "Result.h"
+
+#include <QImage>
+#include <QString>
+
+#include <functional>
+#include <variant>
+#include <vector>
+
+namespace vellumix {
+
+using Status = Result<std::monostate>;
+inline Status success() {
+    return std::monostate{};
+}
+
+/// Sets a bundle folder's custom icon from square representations (16 … 512 pixels). Best
+/// effort: where the desktop has no way to store it, nothing happens.
+using FolderIconSetter =
+    std::function<void(const QString& bundlePath, const std::vector<QImage>& representations)>;
+
+/// What writing a bundle needs from outside the core.
+struct BundleServices {
+    PngEncoder encodePng = encodePngWithQt;
+    FolderIconSetter setFolderIcon;
+};
+
+/// A project bundle: a ".vellumix" folder with "image.png", "annotations.json",
+/// "thumbnail.png" and an "overlays" folder. Every file is written to a temporary name and
+/// renamed into place, so an interrupted write never leaves a truncated file behind.
+namespace bundle {
+
+inline const QString extension = QStringLiteral(".vellumix");
+inline const QString imageFile = QStringLiteral("image.png");
+inline const QString annotationsFile = QStringLiteral("annotations.json");
+inline const QString thumbnailFile = QStringLiteral("thumbnail.png");
+inline const QString overlaysFolder = QStringLiteral("overlays");
+
+/// The thumbnail fits in 40 × 30 and is never enlarged.
+inline constexpr double thumbnailWidth = 40;
+inline constexpr double thumbnailHeight = 30;
+inline constexpr int iconSides[] = {16, 32, 128, 256, 512};
+
+/// Creates the folder and writes every file: image, annotations, thumbnail, icon.
+Status write(const QImage& image, const AnnotationList& annotations, const QString& bundlePath,
+             const BundleServices& services);
+/// Writes the overlay images and "annotations.json" of an existing bundle.
+Status writeAnnotations(const AnnotationList& annotations, const QString& bundlePath,
+                        const BundleServices& services);
+/// Rewrites "image.png", then the thumbnail and icon from the new image and the stored
+/// annotations.
+Status refreshImage(const QImage& image, const QString& bundlePath,
+                    const BundleServices& services);
+
+/// The stored annotations; never fails (anything unreadable is no annotations).
+AnnotationList loadAnnotations(const QString& bundlePath);
+/// The base image; null when the bundle has none or it cannot be decoded.
+QImage readImage(const QString& bundlePath);
+/// Whether a path names a bundle folder with a readable image.
+bool isBundle(const QString& path);
+
+/// A fresh overlay reference: an upper-case UUID with hyphens.
+QString newOverlayRef();
+/// Only plain file-name stems are accepted as overlay references (nothing that leaves the
+/// overlays folder).
+bool isValidOverlayRef(const QString& ref);
+
+/// The composite scaled to fit the thumbnail box.
+QImage makeThumbnail(const QImage& composite);
+/// Square icon representations with the composite aspect-fit and centred; none for an empty
+/// composite.
+std::vector<QImage> makeIconRepresentations(const QImage& composite);
+
+} // namespace bundle
+} // namespace vellumix

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QImage>
+#include <QString>
+
+#include <vector>
+
+namespace vellumix {
+
+/// Sets a folder's custom icon through GIO's "metadata::custom-icon", which file managers of
+/// GNOME and its relatives show. Where no metadata service runs (no GVfs, no session bus), the
+/// folder is left as it is, silently.
+void setFolderIconWithGio(const QString& folderPath, const std::vector<QImage>& representations);
+
+/// Name of the icon file kept inside the folder for the metadata to point at.
+inline const QString folderIconFileName = QStringLiteral(".icon.png");
+
+} // namespace vellumix
