@@ -100,10 +100,9 @@ void drawText(QPainter& painter, const TextAnnotation& text) {
     if (text.text.isEmpty() || text.color.alpha <= 0) {
         return;
     }
-    const QRectF layoutRect =
-        text.padding > 0
-            ? text.rect.adjusted(text.padding, text.padding, -text.padding, -text.padding)
-            : text.rect;
+    const QRectF layoutRect = text.padding > 0 ? text.rect.adjusted(text.padding, text.padding,
+                                                                    -text.padding, -text.padding)
+                                               : text.rect;
     const QFont font = fontInCanvasUnits(resolveFont(text.fontFamily, text.fontStyle, 12),
                                          text.fontSize, painter.device());
     TextBoxLayout::draw(painter, text.text, font, layoutRect, text.alignment,

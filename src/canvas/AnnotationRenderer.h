@@ -40,6 +40,14 @@ void drawAnnotations(QPainter& painter, std::span<const Annotation> annotations,
 
 /// Options of a flattened rendering.
 struct FlattenOptions {
+    FlattenOptions() = default;
+    FlattenOptions(QSizeF size, bool transparent = false, bool annotations = true,
+                   std::optional<AnnotationIDSet> onlyIDs = std::nullopt)
+        : outputSize(size)
+        , transparentBase(transparent)
+        , includeAnnotations(annotations)
+        , only(std::move(onlyIDs)) {}
+
     QSizeF outputSize;
     bool transparentBase = false;
     bool includeAnnotations = true;

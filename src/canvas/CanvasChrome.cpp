@@ -1,4 +1,5 @@
 #include "CanvasChrome.h"
+
 #include "AnnotationRenderer.h"
 #include "TextLayout.h"
 #include "model/AnnotationGeometry.h"

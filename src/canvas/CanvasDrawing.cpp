@@ -9,8 +9,8 @@ namespace {
 
 void drawShapePreview(QPainter& painter, const CanvasSnapshot& c) {
     ShapeAnnotation preview;
-    preview.shape = c.activeTool == Tool::oval ? ShapeAnnotation::Shape::oval
-                                               : ShapeAnnotation::Shape::rect;
+    preview.shape =
+        c.activeTool == Tool::oval ? ShapeAnnotation::Shape::oval : ShapeAnnotation::Shape::rect;
     preview.rect = *c.dragRect;
     preview.strokeColor = c.strokeColor;
     preview.fillColor = c.fillColor;
@@ -81,8 +81,8 @@ void drawCanvas(QPainter& painter, const CanvasSnapshot& c) {
         AnnotationStyle style;
         style.strokeColor = c.strokeColor;
         style.lineWidth = c.lineWidth;
-        drawArrow(painter, makeArrow(*c.dragStart, *c.arrowPreviewEnd, middle, style,
-                                     c.currentArrowEndCap));
+        drawArrow(painter,
+                  makeArrow(*c.dragStart, *c.arrowPreviewEnd, middle, style, c.currentArrowEndCap));
     }
     if (c.shiftAnchorPoint && c.shiftPreviewPoint) {
         QPainterPath segment(*c.shiftAnchorPoint);

@@ -343,8 +343,8 @@ AnnotationList decodeAnnotations(std::string_view text, const OverlayImageLoader
             *annotation = withLocked(std::move(*annotation), true);
         }
         if (record.id && !record.id->empty()) {
-            *annotation =
-                withID(std::move(*annotation), *AnnotationID::decode(QString::fromStdString(*record.id)));
+            *annotation = withID(std::move(*annotation),
+                                 *AnnotationID::decode(QString::fromStdString(*record.id)));
         }
         annotations.push_back(std::move(*annotation));
     }

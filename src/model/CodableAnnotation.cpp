@@ -1,4 +1,5 @@
 #include "CodableAnnotation.h"
+
 #include "AnnotationStyle.h"
 
 #include <cmath>
@@ -67,8 +68,7 @@ bool readNumbers(const json& value, std::vector<double>& out) {
     return true;
 }
 
-bool readNumberArray(const json& object, const char* key,
-                     std::optional<std::vector<double>>& out) {
+bool readNumberArray(const json& object, const char* key, std::optional<std::vector<double>>& out) {
     const auto it = object.find(key);
     if (it == object.end()) {
         return true;
@@ -226,9 +226,9 @@ std::optional<CodableAnnotation> CodableAnnotation::fromJson(const json& o) {
         readDouble(o, "fontSize", c.fontSize) && readInteger(o, "alignment", c.alignment) &&
         readDouble(o, "padding", c.padding) && readNumberArray(o, "borderColor", c.borderColor) &&
         readDouble(o, "borderWidth", c.borderWidth) &&
-        readDouble(o, "cornerRadius", c.cornerRadius) &&
-        readString(o, "lineStyle", c.lineStyle) && readString(o, "arrowEndCap", c.arrowEndCap) &&
-        readBool(o, "isLocked", c.isLocked) && readString(o, "id", c.id);
+        readDouble(o, "cornerRadius", c.cornerRadius) && readString(o, "lineStyle", c.lineStyle) &&
+        readString(o, "arrowEndCap", c.arrowEndCap) && readBool(o, "isLocked", c.isLocked) &&
+        readString(o, "id", c.id);
     if (!typesOk || !type || !lineWidth || !opacity) {
         return std::nullopt;
     }

@@ -2,11 +2,10 @@
 
 #include "Annotation.h"
 
-#include <nlohmann/json.hpp>
-
 #include <QString>
 
 #include <functional>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>

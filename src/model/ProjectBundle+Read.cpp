@@ -4,7 +4,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QImageReader>
 
 namespace vellumix::bundle {
 
@@ -38,11 +37,8 @@ QImage readImage(const QString& bundlePath) {
 }
 
 bool isBundle(const QString& path) {
-    if (!QFileInfo(path).isDir()) {
-        return false;
-    }
-    QImageReader reader(QDir(path).filePath(imageFile));
-    return reader.canRead();
+    // A valid header is not enough: the image must decode.
+    return QFileInfo(path).isDir() && !readImage(path).isNull();
 }
 
 } // namespace vellumix::bundle

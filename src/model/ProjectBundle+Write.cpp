@@ -33,7 +33,8 @@ std::optional<QByteArray> encodePng(const QImage& image, const BundleServices& s
     QImage tagged = image;
     tagged.setDotsPerMeterX(dotsPerMetre);
     tagged.setDotsPerMeterY(dotsPerMetre);
-    const PngEncoder& encode = services.encodePng ? services.encodePng : PngEncoder(encodePngWithQt);
+    const PngEncoder& encode =
+        services.encodePng ? services.encodePng : PngEncoder(encodePngWithQt);
     return encode(tagged);
 }
 
@@ -121,8 +122,9 @@ Status write(const QImage& image, const AnnotationList& annotations, const QStri
     }
     auto encoded = encodeInBackground(image, services);
     const Status annotationsWritten = writeAnnotations(annotations, bundlePath, services);
-    const Status previews = annotationsWritten ? writePreviews(image, annotations, bundlePath, services)
-                                               : annotationsWritten;
+    const Status previews = annotationsWritten
+                                ? writePreviews(image, annotations, bundlePath, services)
+                                : annotationsWritten;
     // The image is the first file of a bundle; its failure is the one reported first.
     if (Status imageWritten = finishImage(encoded, bundlePath); !imageWritten) {
         return imageWritten;

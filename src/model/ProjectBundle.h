@@ -53,14 +53,13 @@ Status writeAnnotations(const AnnotationList& annotations, const QString& bundle
                         const BundleServices& services);
 /// Rewrites "image.png", then the thumbnail and icon from the new image and the stored
 /// annotations.
-Status refreshImage(const QImage& image, const QString& bundlePath,
-                    const BundleServices& services);
+Status refreshImage(const QImage& image, const QString& bundlePath, const BundleServices& services);
 
 /// The stored annotations; never fails (anything unreadable is no annotations).
 AnnotationList loadAnnotations(const QString& bundlePath);
 /// The base image; null when the bundle has none or it cannot be decoded.
 QImage readImage(const QString& bundlePath);
-/// Whether a path names a bundle folder with a readable image.
+/// Whether a path names a bundle folder whose image decodes.
 bool isBundle(const QString& path);
 
 /// A fresh overlay reference: an upper-case UUID with hyphens.

@@ -1,4 +1,5 @@
 #include "BundleServices.h"
+
 #include "FastPngEncoder.h"
 #include "GioFolderIcon.h"
 

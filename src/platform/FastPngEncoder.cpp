@@ -1,8 +1,7 @@
 #include "FastPngEncoder.h"
 
-#include <png.h>
-
 #include <csetjmp>
+#include <png.h>
 #include <vector>
 
 namespace vellumix {

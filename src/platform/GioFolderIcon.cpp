@@ -1,11 +1,11 @@
 // GLib's headers use "signals" as an identifier; they come before any Qt header.
-#include <gio/gio.h>
-
 #include "GioFolderIcon.h"
 
 #include <QDir>
 #include <QSaveFile>
 #include <QUrl>
+
+#include <gio/gio.h>
 
 namespace vellumix {
 

@@ -48,7 +48,8 @@ int create(const QString& imagePath, const QString& bundlePath, QTextStream& err
 
 int info(const QString& bundlePath, QTextStream& out, QTextStream& err) {
     if (!bundle::isBundle(bundlePath)) {
-        return fail(err, QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
+        return fail(err,
+                    QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
     }
     out << QString::fromStdString(encodeAnnotations(bundle::loadAnnotations(bundlePath)))
         << Qt::endl;
@@ -70,7 +71,8 @@ int renderBundle(const QStringList& args, QTextStream& err) {
     }
     const QImage image = bundle::readImage(bundlePath);
     if (!QFileInfo(bundlePath).isDir() || image.isNull()) {
-        return fail(err, QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
+        return fail(err,
+                    QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
     }
     const AnnotationList annotations = bundle::loadAnnotations(bundlePath);
     options.outputSize = QSizeF(image.size());

@@ -1,0 +1,164 @@
+#include "model/ProjectBundle.h"
+
+#include "model/AnnotationStyle.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImageReader>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace vellumix;
+
+namespace {
+
+QImage screenshot(int w, int h) {
+    QImage image(w, h, QImage::Format_RGB32);
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            image.setPixel(x, y, qRgb(x % 256, y % 256, (x * y) % 256));
+        }
+    }
+    return image;
+}
+
+OverlayAnnotation overlayWithRef(const QString& ref) {
+    OverlayAnnotation o;
+    o.rect = QRectF(30, 30, 16, 16);
+    o.image = QImage(8, 8, QImage::Format_ARGB32);
+    o.image.fill(qRgba(0, 128, 255, 200));
+    o.overlayRef = ref;
+    return o;
+}
+
+class ProjectBundleTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    QString path() const { return dir.filePath(QStringLiteral("shot.vellumix")); }
+    QString file(const QString& name) const { return QDir(path()).filePath(name); }
+};
+
+} // namespace
+
+TEST_F(ProjectBundleTest, WriteCreatesEveryFileAndReadsBack) {
+    const QString ref = bundle::newOverlayRef();
+    AnnotationList annotations{
+        makeShape(ShapeAnnotation::Shape::oval, QRectF(25, 25, 40, 30), AnnotationStyle()),
+        overlayWithRef(ref)};
+    std::vector<QImage> icon;
+    BundleServices services;
+    services.setFolderIcon = [&](const QString& folder, const std::vector<QImage>& reps) {
+        EXPECT_EQ(folder, path());
+        icon = reps;
+    };
+    ASSERT_TRUE(bundle::write(screenshot(600, 400), annotations, path(), services));
+
+    const QImage image = bundle::readImage(path());
+    EXPECT_EQ(image.size(), QSize(600, 400));
+    EXPECT_EQ(image.pixel(10, 20), screenshot(600, 400).pixel(10, 20));
+    EXPECT_EQ(image.dotsPerMeterX(), 2835); // 72 dpi: one pixel per point
+
+    EXPECT_EQ(QImage(file("thumbnail.png")).size(), QSize(40, 27));
+    EXPECT_TRUE(QFile::exists(file("overlays/" + ref + ".png")));
+    ASSERT_EQ(icon.size(), 5u);
+    EXPECT_EQ(icon.front().size(), QSize(16, 16));
+    EXPECT_EQ(icon.back().size(), QSize(512, 512));
+    // Aspect-fit: a 3:2 image leaves transparent bands above and below.
+    EXPECT_EQ(qAlpha(icon.back().pixel(256, 10)), 0);
+    EXPECT_EQ(qAlpha(icon.back().pixel(256, 256)), 255);
+
+    const AnnotationList loaded = bundle::loadAnnotations(path());
+    ASSERT_EQ(loaded.size(), 2u);
+    EXPECT_EQ(idOf(loaded[0]), idOf(annotations[0]));
+    EXPECT_EQ(std::get<OverlayAnnotation>(loaded[1]).image.size(), QSize(8, 8));
+    // Nothing but the bundle's own files (no temporaries) remains.
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden).size(), 3);
+}
+
+TEST_F(ProjectBundleTest, ThumbnailIsDrawnWithoutTheCanvasInset) {
+    QImage white(400, 300, QImage::Format_RGB32);
+    white.fill(Qt::white);
+    ShapeAnnotation block;
+    block.rect = QRectF(20, 20, 200, 150); // the image's top-left quarter
+    block.fillColor = Color::black();
+    block.lineWidth = 0;
+    ASSERT_TRUE(bundle::write(white, {block}, path(), BundleServices{}));
+    const QImage thumbnail(file("thumbnail.png"));
+    ASSERT_EQ(thumbnail.size(), QSize(40, 30));
+    EXPECT_LT(qGray(thumbnail.pixel(5, 5)), 30);
+    EXPECT_GT(qGray(thumbnail.pixel(35, 25)), 225);
+}
+
+TEST_F(ProjectBundleTest, RefreshImageKeepsAnnotationsAndRedrawsThePreviews) {
+    ASSERT_TRUE(bundle::write(
+        screenshot(80, 60),
+        {makeShape(ShapeAnnotation::Shape::rect, QRectF(20, 20, 10, 10), AnnotationStyle())},
+        path(), BundleServices{}));
+    QImage tall(30, 90, QImage::Format_RGB32);
+    tall.fill(Qt::green);
+    ASSERT_TRUE(bundle::refreshImage(tall, path(), BundleServices{}));
+    EXPECT_EQ(bundle::readImage(path()).size(), QSize(30, 90));
+    EXPECT_EQ(QImage(file("thumbnail.png")).size(), QSize(10, 30));
+    EXPECT_EQ(bundle::loadAnnotations(path()).size(), 1u);
+}
+
+TEST_F(ProjectBundleTest, OverlayFilesStayInsideTheBundle) {
+    ASSERT_TRUE(
+        bundle::write(screenshot(50, 50), {overlayWithRef("../escape")}, path(), BundleServices{}));
+    EXPECT_FALSE(QFile::exists(dir.filePath("escape.png")));
+    EXPECT_FALSE(QFile::exists(file("escape.png")));
+
+    // A hand-edited reference that climbs out is not followed on reading either.
+    QImage outside(4, 4, QImage::Format_ARGB32);
+    outside.fill(Qt::red);
+    outside.save(dir.filePath("secret.png"));
+    QFile json(file("annotations.json"));
+    ASSERT_TRUE(json.open(QIODevice::WriteOnly));
+    json.write(R"([{"type":"overlay","rect":[0,0,4,4],"lineWidth":0,"opacity":1,)"
+               R"("overlayRef":"../../secret"}])");
+    json.close();
+    EXPECT_TRUE(bundle::loadAnnotations(path()).empty());
+}
+
+TEST_F(ProjectBundleTest, MissingOverlayImageDropsOnlyThatOverlay) {
+    const QString ref = bundle::newOverlayRef();
+    ASSERT_TRUE(
+        bundle::write(screenshot(50, 50),
+                      {overlayWithRef(ref), makeText(QRectF(0, 0, 30, 20), "t", AnnotationStyle())},
+                      path(), BundleServices{}));
+    ASSERT_TRUE(QFile::remove(file("overlays/" + ref + ".png")));
+    const AnnotationList loaded = bundle::loadAnnotations(path());
+    ASSERT_EQ(loaded.size(), 1u);
+    EXPECT_EQ(kindOf(loaded[0]), AnnotationKind::text);
+}
+
+TEST_F(ProjectBundleTest, FailuresComeBackAsErrorsAndReadingNeverFails) {
+    QFile blocker(path());
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly)); // a file where the folder should go
+    blocker.close();
+    const Status status = bundle::write(screenshot(10, 10), {}, path(), BundleServices{});
+    ASSERT_FALSE(status);
+    EXPECT_TRUE(status.error().message.contains(path()));
+
+    EXPECT_TRUE(bundle::loadAnnotations(dir.filePath("missing.vellumix")).empty());
+    EXPECT_TRUE(bundle::readImage(dir.filePath("missing.vellumix")).isNull());
+    EXPECT_FALSE(bundle::isBundle(dir.filePath("missing.vellumix")));
+    EXPECT_FALSE(bundle::isBundle(path()));
+}
+
+TEST(BundlePreviews, ThumbnailIsNeverEnlargedAndIconsNeedPixels) {
+    EXPECT_EQ(bundle::makeThumbnail(screenshot(20, 10)).size(), QSize(20, 10));
+    EXPECT_EQ(bundle::makeThumbnail(screenshot(5120, 2880)).size(), QSize(40, 23));
+    EXPECT_TRUE(bundle::makeIconRepresentations(QImage()).empty());
+}
+
+TEST(BundlePreviews, OverlayRefsAreUpperCaseUuids) {
+    const QString ref = bundle::newOverlayRef();
+    EXPECT_EQ(ref.size(), 36);
+    EXPECT_EQ(ref, ref.toUpper());
+    EXPECT_TRUE(bundle::isValidOverlayRef(ref));
+    EXPECT_FALSE(bundle::isValidOverlayRef(QStringLiteral("a/b")));
+    EXPECT_FALSE(bundle::isValidOverlayRef(QStringLiteral("..")));
+    EXPECT_FALSE(bundle::isValidOverlayRef(QString()));
+}
