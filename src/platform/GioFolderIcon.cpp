@@ -1,4 +1,4 @@
-// GLib's headers use "signals" as an identifier; they come before any Qt header.
+// GLib's headers use "signals" as an identifier, so this file is built with QT_NO_KEYWORDS.
 #include "GioFolderIcon.h"
 
 #include <QDir>
