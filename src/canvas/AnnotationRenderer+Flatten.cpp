@@ -1,5 +1,7 @@
 #include "AnnotationRenderer.h"
+#include "ImageBuffer.h"
 #include "model/AnnotationGeometry.h"
+#include "model/Parallel.h"
 
 namespace vellumix::render {
 
@@ -7,20 +9,39 @@ namespace {
 
 // Dots per metre of 72 dpi: one pixel per point, recorded in saved PNGs.
 constexpr double pointsPerMetre = 72.0 / 0.0254;
+// Pictures with fewer rows are drawn in one pass.
+constexpr int minimumBandRows = 256;
 
-QImage baseSheet(const QImage& image, int width, int height, bool transparentBase) {
-    if (!transparentBase && image.width() == width && image.height() == height) {
-        // Same size: a format conversion is a plain copy, far cheaper than a painted pass.
-        return image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    }
-    QImage sheet(width, height, QImage::Format_ARGB32_Premultiplied);
-    sheet.fill(Qt::transparent);
-    if (!transparentBase) {
-        QPainter painter(&sheet);
+struct Sheet {
+    QImage image;
+    QTransform canvasToSheet;
+};
+
+// Draws rows [top, bottom) of the sheet: the base, then every annotation that reaches them.
+// Bands share the sheet's memory and never touch each other's rows.
+void drawBand(const Sheet& sheet, uchar* bits, int top, int bottom, const QImage& base,
+              std::span<const Annotation> annotations, const FlattenOptions& options) {
+    const QImage& full = sheet.image;
+    QImage band(bits + static_cast<qsizetype>(top) * full.bytesPerLine(), full.width(),
+                bottom - top, full.bytesPerLine(), full.format());
+    band.setDotsPerMeterX(full.dotsPerMeterX());
+    band.setDotsPerMeterY(full.dotsPerMeterY());
+    QPainter painter(&band);
+    painter.translate(0, -top);
+    if (!options.transparentBase) {
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
         painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        painter.drawImage(QRectF(0, 0, width, height), image);
+        painter.drawImage(QRectF(0, 0, full.width(), full.height()), base);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     }
-    return sheet;
+    if (options.includeAnnotations && !annotations.empty()) {
+        painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
+                               QPainter::SmoothPixmapTransform);
+        painter.setTransform(sheet.canvasToSheet, true);
+        const QRectF rows(0, top, full.width(), bottom - top);
+        drawAnnotations(painter, annotations, options.only, std::nullopt,
+                        sheet.canvasToSheet.inverted().mapRect(rows));
+    }
 }
 
 } // namespace
@@ -37,28 +58,29 @@ std::optional<QImage> renderFlattened(const QImage& image, std::span<const Annot
     if (pixelWidth <= 0 || pixelHeight <= 0) {
         return std::nullopt;
     }
-    QImage sheet = baseSheet(image, pixelWidth, pixelHeight, options.transparentBase);
-    if (sheet.isNull()) {
+    Sheet sheet{allocateImage(pixelWidth, pixelHeight, QImage::Format_ARGB32_Premultiplied), {}};
+    if (sheet.image.isNull()) {
         return std::nullopt; // allocation failed
     }
-    sheet.setDevicePixelRatio(1);
-    sheet.setDotsPerMeterX(qRound(pointsPerMetre * pixelWidth / w));
-    sheet.setDotsPerMeterY(qRound(pointsPerMetre * pixelHeight / h));
+    sheet.image.setDotsPerMeterX(qRound(pointsPerMetre * pixelWidth / w));
+    sheet.image.setDotsPerMeterY(qRound(pointsPerMetre * pixelHeight / h));
+    const double scale = w / image.width();
+    sheet.canvasToSheet = QTransform::fromScale(scale, scale);
+    sheet.canvasToSheet.translate(-geometry::canvasInset, -geometry::canvasInset);
 
-    if (options.includeAnnotations && !annotations.empty()) {
-        QPainter painter(&sheet);
-        painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
-                               QPainter::SmoothPixmapTransform);
-        const double scale = w / image.width();
-        painter.scale(scale, scale);
-        painter.translate(-geometry::canvasInset, -geometry::canvasInset);
-        drawAnnotations(painter, annotations, options.only);
-    }
-    return sheet;
+    // Every core draws: the rows are split into bands, one per core.
+    uchar* bits = sheet.image.bits();
+    const int bands = parallelPieces(pixelHeight, minimumBandRows);
+    const auto bandTop = [&](int band) {
+        return static_cast<int>(static_cast<long long>(pixelHeight) * band / bands);
+    };
+    runInParallel(bands, [&](int band) {
+        drawBand(sheet, bits, bandTop(band), bandTop(band + 1), image, annotations, options);
+    });
+    return sheet.image;
 }
 
-std::optional<QImage> renderComposite(const QImage& image,
-                                      std::span<const Annotation> annotations) {
+std::optional<QImage> renderComposite(const QImage& image, std::span<const Annotation> annotations) {
     return renderFlattened(image, annotations, {QSizeF(image.size()), false, true, std::nullopt});
 }
 

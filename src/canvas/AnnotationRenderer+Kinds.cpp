@@ -3,6 +3,8 @@
 #include "model/AnnotationGeometry.h"
 #include "model/Fonts.h"
 
+#include <limits>
+
 namespace vellumix::render {
 
 QList<qreal> dashPattern(LineStyle style, double width) {
@@ -139,13 +141,36 @@ void drawAnnotation(QPainter& painter, const Annotation& annotation) {
         annotation);
 }
 
+QRectF paintedExtent(const Annotation& annotation) {
+    const QRectF box = geometry::bounds(annotation).normalized();
+    return std::visit(
+        [&box](const auto& a) -> QRectF {
+            using T = std::decay_t<decltype(a)>;
+            if constexpr (std::is_same_v<T, OverlayAnnotation>) {
+                return box;
+            } else if constexpr (std::is_same_v<T, TextAnnotation>) {
+                const double m = a.lineWidth / 2 + 1;
+                return box.adjusted(-m, -m, m, std::numeric_limits<double>::max() / 4);
+            } else {
+                // Half the line width beyond the path, plus miters and antialiasing.
+                const double m = std::max(a.lineWidth, 0.0) * 2 + 2;
+                return box.adjusted(-m, -m, m, m);
+            }
+        },
+        annotation);
+}
+
 void drawAnnotations(QPainter& painter, std::span<const Annotation> annotations,
-                     const std::optional<AnnotationIDSet>& only, std::optional<int> skipIndex) {
+                     const std::optional<AnnotationIDSet>& only, std::optional<int> skipIndex,
+                     const std::optional<QRectF>& area) {
     for (size_t i = 0; i < annotations.size(); ++i) {
         if (skipIndex && static_cast<size_t>(*skipIndex) == i) {
             continue;
         }
         if (only && !only->contains(idOf(annotations[i]))) {
+            continue;
+        }
+        if (area && !paintedExtent(annotations[i]).intersects(*area)) {
             continue;
         }
         drawAnnotation(painter, annotations[i]);

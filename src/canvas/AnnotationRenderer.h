@@ -33,10 +33,16 @@ void drawOverlay(QPainter& painter, const OverlayAnnotation& overlay);
 void drawAnnotation(QPainter& painter, const Annotation& annotation);
 
 /// Draws the annotations in list order; with `only`, just those IDs. The index being edited as
-/// text is skipped (the live editor shows it).
+/// text is skipped (the live editor shows it). With `area` (canvas coordinates), annotations
+/// that cannot reach it are not drawn at all.
 void drawAnnotations(QPainter& painter, std::span<const Annotation> annotations,
                      const std::optional<AnnotationIDSet>& only = std::nullopt,
-                     std::optional<int> skipIndex = std::nullopt);
+                     std::optional<int> skipIndex = std::nullopt,
+                     const std::optional<QRectF>& area = std::nullopt);
+
+/// The rectangle an annotation's paint stays within: its bounds plus what strokes and caps add.
+/// Text may spill below its box, so a text box reaches down without limit.
+QRectF paintedExtent(const Annotation& annotation);
 
 /// Options of a flattened rendering.
 struct FlattenOptions {

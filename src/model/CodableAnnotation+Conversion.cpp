@@ -13,24 +13,20 @@ namespace {
 // as unusable rather than handed to the painter.
 constexpr double maxMagnitude = 1e7;
 
-std::vector<double> storedColor(const Color& c) {
-    return {roundUnit(c.red), roundUnit(c.green), roundUnit(c.blue)};
-}
-
-std::optional<std::vector<double>> storedColorIfVisible(const Color& c) {
+std::optional<NumberList> storedColorIfVisible(const Color& c) {
     if (c.alpha > 0) {
-        return storedColor(c);
+        return NumberList{roundUnit(c.red), roundUnit(c.green), roundUnit(c.blue)};
     }
     return std::nullopt;
 }
 
-std::vector<double> storedRect(const QRectF& r) {
+NumberList storedRect(const QRectF& r) {
     return {roundLength(r.x()), roundLength(r.y()), roundLength(r.width()),
             roundLength(r.height())};
 }
 
-std::vector<double> storedPoint(QPointF p) {
-    return {roundLength(p.x()), roundLength(p.y())};
+StoredPoint storedPoint(QPointF p) {
+    return {roundLength(p.x()), roundLength(p.y()), 2};
 }
 
 std::optional<double> positive(double value) {
@@ -40,8 +36,8 @@ std::optional<double> positive(double value) {
     return std::nullopt;
 }
 
-std::vector<std::vector<double>> strokePoints(const QPainterPath& path) {
-    std::vector<std::vector<double>> points;
+std::vector<StoredPoint> strokePoints(const QPainterPath& path) {
+    std::vector<StoredPoint> points;
     const int count = path.elementCount();
     for (int i = 0; i < count; ++i) {
         const QPainterPath::Element e = path.elementAt(i);
@@ -68,30 +64,23 @@ bool usable(double v) {
     return std::isfinite(v) && std::abs(v) <= maxMagnitude;
 }
 
-bool usable(const std::vector<double>& values) {
-    for (double v : values) {
-        if (!usable(v)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-std::optional<QRectF> rectOf(const std::optional<std::vector<double>>& values) {
-    if (!values || values->size() != 4 || !usable(*values)) {
+std::optional<QRectF> rectOf(const std::optional<NumberList>& list) {
+    if (!list || list->count != 4) {
         return std::nullopt;
     }
-    const auto& v = *values;
+    const auto& v = list->values;
+    if (!usable(v[0]) || !usable(v[1]) || !usable(v[2]) || !usable(v[3])) {
+        return std::nullopt;
+    }
     return QRectF(v[0], v[1], v[2], v[3]);
 }
 
-Color colorOf(const std::optional<std::vector<double>>& values, double alpha,
-              const Color& fallback) {
-    if (!values) {
+Color colorOf(const std::optional<NumberList>& list, double alpha, const Color& fallback) {
+    if (!list) {
         return fallback;
     }
-    if (values->size() == 3) {
-        const auto& v = *values;
+    if (list->count == 3) {
+        const auto& v = list->values;
         return Color::rgb(v[0], v[1], v[2], alpha);
     }
     return SystemColors::red.withAlpha(alpha);
@@ -116,11 +105,11 @@ TextAlignment alignmentOf(long long raw) {
     }
 }
 
-std::optional<QPointF> pointOf(const std::vector<double>& values) {
-    if (values.size() != 2 || !usable(values)) {
+std::optional<QPointF> pointOf(const StoredPoint& p) {
+    if (p.count != 2 || !usable(p.x) || !usable(p.y)) {
         return std::nullopt;
     }
-    return QPointF(values[0], values[1]);
+    return QPointF(p.x, p.y);
 }
 
 std::optional<Annotation> shapeFrom(const CodableAnnotation& c) {
@@ -143,13 +132,14 @@ std::optional<Annotation> strokeFrom(const CodableAnnotation& c) {
     if (!c.points || c.points->empty()) {
         return std::nullopt;
     }
-    const auto& first = c.points->front();
+    const StoredPoint& first = c.points->front();
     // Without two numbers the first point has no position; the stroke cannot start.
-    if (first.size() < 2 || !usable(first[0]) || !usable(first[1])) {
+    if (first.count < 2 || !usable(first.x) || !usable(first.y)) {
         return std::nullopt;
     }
     StrokeAnnotation a;
-    a.path.moveTo(first[0], first[1]);
+    a.path.reserve(static_cast<int>(c.points->size()));
+    a.path.moveTo(first.x, first.y);
     for (size_t i = 1; i < c.points->size(); ++i) {
         if (const auto p = pointOf((*c.points)[i])) {
             a.path.lineTo(*p);
@@ -310,31 +300,13 @@ std::optional<Annotation> fromCodable(const CodableAnnotation& c,
 }
 
 AnnotationList decodeAnnotations(std::string_view text, const OverlayImageLoader& loadOverlay) {
-    json document;
-    try {
-        // The parser and the value destructor are iterative, so deep nesting costs memory,
-        // not stack.
-        document = json::parse(text.begin(), text.end());
-    } catch (...) {
+    const auto records = decodeRecords(text);
+    if (!records) {
         return {};
     }
-    if (!document.is_array()) {
-        return {};
-    }
-    std::vector<CodableAnnotation> records;
-    records.reserve(document.size());
-    for (const json& element : document) {
-        auto record = CodableAnnotation::fromJson(element);
-        if (!record) {
-            return {}; // one undecodable record voids the file
-        }
-        records.push_back(std::move(*record));
-    }
-    document = json(); // release the tree before building annotations
-
     AnnotationList annotations;
-    annotations.reserve(records.size());
-    for (const CodableAnnotation& record : records) {
+    annotations.reserve(records->size());
+    for (const CodableAnnotation& record : *records) {
         auto annotation = fromCodable(record, loadOverlay);
         if (!annotation) {
             continue;

@@ -2,6 +2,7 @@
 
 #include "AnnotationStyle.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vellumix {
@@ -19,114 +20,12 @@ ordered_json number(double value) {
     return value;
 }
 
-ordered_json numberArray(const std::vector<double>& values) {
+ordered_json numberArray(const NumberList& list) {
     ordered_json array = ordered_json::array();
-    for (double v : values) {
-        array.push_back(number(v));
+    for (size_t i = 0; i < std::min(list.count, list.values.size()); ++i) {
+        array.push_back(number(list.values[i]));
     }
     return array;
-}
-
-// --- strict readers: false means "wrong JSON type", which voids the whole file --------------
-
-bool readDouble(const json& object, const char* key, std::optional<double>& out) {
-    const auto it = object.find(key);
-    if (it == object.end()) {
-        return true;
-    }
-    if (!it->is_number()) {
-        return false;
-    }
-    out = it->get<double>();
-    return true;
-}
-
-bool readString(const json& object, const char* key, std::optional<std::string>& out) {
-    const auto it = object.find(key);
-    if (it == object.end()) {
-        return true;
-    }
-    if (!it->is_string()) {
-        return false;
-    }
-    out = it->get<std::string>();
-    return true;
-}
-
-bool readNumbers(const json& value, std::vector<double>& out) {
-    if (!value.is_array()) {
-        return false;
-    }
-    out.clear();
-    out.reserve(value.size());
-    for (const json& element : value) {
-        if (!element.is_number()) {
-            return false;
-        }
-        out.push_back(element.get<double>());
-    }
-    return true;
-}
-
-bool readNumberArray(const json& object, const char* key, std::optional<std::vector<double>>& out) {
-    const auto it = object.find(key);
-    if (it == object.end()) {
-        return true;
-    }
-    std::vector<double> values;
-    if (!readNumbers(*it, values)) {
-        return false;
-    }
-    out = std::move(values);
-    return true;
-}
-
-bool readPoints(const json& object, std::optional<std::vector<std::vector<double>>>& out) {
-    const auto it = object.find("points");
-    if (it == object.end()) {
-        return true;
-    }
-    if (!it->is_array()) {
-        return false;
-    }
-    std::vector<std::vector<double>> points;
-    points.reserve(it->size());
-    for (const json& element : *it) {
-        std::vector<double> point;
-        if (!readNumbers(element, point)) {
-            return false;
-        }
-        points.push_back(std::move(point));
-    }
-    out = std::move(points);
-    return true;
-}
-
-// An integer field accepts any JSON number with an integral value.
-bool readInteger(const json& object, const char* key, std::optional<long long>& out) {
-    std::optional<double> value;
-    if (!readDouble(object, key, value)) {
-        return false;
-    }
-    if (value) {
-        if (!std::isfinite(*value) || *value != std::trunc(*value) || std::abs(*value) > 9.0e15) {
-            return false;
-        }
-        out = static_cast<long long>(*value);
-    }
-    return true;
-}
-
-bool readBool(const json& object, const char* key, std::optional<bool>& out) {
-    const auto it = object.find(key);
-    if (it == object.end()) {
-        return true;
-    }
-    if (!it->is_boolean()) {
-        return false;
-    }
-    out = it->get<bool>();
-    return true;
 }
 
 } // namespace
@@ -150,8 +49,8 @@ ordered_json CodableAnnotation::toJson() const {
     }
     if (points) {
         ordered_json array = ordered_json::array();
-        for (const auto& p : *points) {
-            array.push_back(numberArray(p));
+        for (const StoredPoint& p : *points) {
+            array.push_back(ordered_json::array({number(p.x), number(p.y)}));
         }
         o["points"] = std::move(array);
     }
@@ -206,36 +105,6 @@ ordered_json CodableAnnotation::toJson() const {
         o["id"] = *id;
     }
     return o;
-}
-
-std::optional<CodableAnnotation> CodableAnnotation::fromJson(const json& o) {
-    if (!o.is_object()) {
-        return std::nullopt;
-    }
-    CodableAnnotation c;
-    std::optional<std::string> type;
-    std::optional<double> lineWidth;
-    std::optional<double> opacity;
-    const bool typesOk =
-        readString(o, "type", type) && readString(o, "shape", c.shape) &&
-        readNumberArray(o, "rect", c.rect) && readPoints(o, c.points) &&
-        readNumberArray(o, "color", c.color) && readDouble(o, "lineWidth", lineWidth) &&
-        readNumberArray(o, "fillColor", c.fillColor) && readDouble(o, "opacity", opacity) &&
-        readString(o, "overlayRef", c.overlayRef) && readString(o, "text", c.text) &&
-        readString(o, "fontFamily", c.fontFamily) && readString(o, "fontStyle", c.fontStyle) &&
-        readDouble(o, "fontSize", c.fontSize) && readInteger(o, "alignment", c.alignment) &&
-        readDouble(o, "padding", c.padding) && readNumberArray(o, "borderColor", c.borderColor) &&
-        readDouble(o, "borderWidth", c.borderWidth) &&
-        readDouble(o, "cornerRadius", c.cornerRadius) && readString(o, "lineStyle", c.lineStyle) &&
-        readString(o, "arrowEndCap", c.arrowEndCap) && readBool(o, "isLocked", c.isLocked) &&
-        readString(o, "id", c.id);
-    if (!typesOk || !type || !lineWidth || !opacity) {
-        return std::nullopt;
-    }
-    c.type = std::move(*type);
-    c.lineWidth = *lineWidth;
-    c.opacity = *opacity;
-    return c;
 }
 
 std::string encodeAnnotations(const AnnotationList& annotations) {

@@ -4,7 +4,9 @@
 
 #include <QString>
 
+#include <array>
 #include <functional>
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -12,16 +14,45 @@
 
 namespace vellumix {
 
+/// A short JSON array of numbers (a rectangle or a colour). Only the first four values are
+/// kept; `count` is the array's real length, which decides whether it is usable.
+struct NumberList {
+    std::array<double, 4> values{};
+    size_t count = 0;
+
+    NumberList() = default;
+    NumberList(std::initializer_list<double> list) {
+        for (double v : list) {
+            push(v);
+        }
+    }
+    void push(double v) {
+        if (count < values.size()) {
+            values[count] = v;
+        }
+        ++count;
+    }
+    friend bool operator==(const NumberList&, const NumberList&) = default;
+};
+
+/// One entry of `points`: its first two numbers and how many numbers it had.
+struct StoredPoint {
+    double x = 0;
+    double y = 0;
+    size_t count = 0;
+    friend bool operator==(const StoredPoint&, const StoredPoint&) = default;
+};
+
 /// The stored form of one annotation in "annotations.json". Fields are in their on-disk key
 /// order; absent optionals are left out of the object.
 struct CodableAnnotation {
     std::string type;
     std::optional<std::string> shape;
-    std::optional<std::vector<double>> rect;
-    std::optional<std::vector<std::vector<double>>> points;
-    std::optional<std::vector<double>> color;
+    std::optional<NumberList> rect;
+    std::optional<std::vector<StoredPoint>> points;
+    std::optional<NumberList> color;
     double lineWidth = 0;
-    std::optional<std::vector<double>> fillColor;
+    std::optional<NumberList> fillColor;
     double opacity = 1;
     std::optional<std::string> overlayRef;
     std::optional<std::string> text;
@@ -30,7 +61,7 @@ struct CodableAnnotation {
     std::optional<double> fontSize;
     std::optional<long long> alignment;
     std::optional<double> padding;
-    std::optional<std::vector<double>> borderColor;
+    std::optional<NumberList> borderColor;
     std::optional<double> borderWidth;
     std::optional<double> cornerRadius;
     std::optional<std::string> lineStyle;
@@ -39,9 +70,6 @@ struct CodableAnnotation {
     std::optional<std::string> id;
 
     nlohmann::ordered_json toJson() const;
-    /// Strict decoding: a missing `type`, `lineWidth` or `opacity`, or any key of the wrong
-    /// JSON type, is no value.
-    static std::optional<CodableAnnotation> fromJson(const nlohmann::json& object);
 };
 
 /// Converts an annotation into its stored form (numbers rounded, one shared alpha).
@@ -50,6 +78,9 @@ CodableAnnotation toCodable(const Annotation& annotation);
 /// Reads an overlay's image given its reference; a null image drops the overlay.
 using OverlayImageLoader = std::function<QImage(const QString& overlayRef)>;
 
+/// Strict decoding of the records of a whole file; no value when any record fails to decode.
+std::optional<std::vector<CodableAnnotation>> decodeRecords(std::string_view json);
+
 /// Rebuilds an annotation from its stored form; no value when the record is unusable. The ID
 /// and lock flag are applied by the caller (see decodeAnnotations).
 std::optional<Annotation> fromCodable(const CodableAnnotation& codable,
@@ -57,8 +88,9 @@ std::optional<Annotation> fromCodable(const CodableAnnotation& codable,
 
 /// The whole "annotations.json" text for a list (compact, keys in field order).
 std::string encodeAnnotations(const AnnotationList& annotations);
-/// Decodes a whole file. Never fails: anything undecodable gives an empty list; unusable
-/// records are skipped.
+/// Decodes a whole file. Never fails: a file that is not an array of records, or any record
+/// with a missing `type`, `lineWidth` or `opacity` or a key of the wrong JSON type, gives an
+/// empty list; records that decode but cannot be used are skipped.
 AnnotationList decodeAnnotations(std::string_view json, const OverlayImageLoader& loadOverlay);
 
 /// Round half away from zero to 2 (lengths) or 3 (colours, opacity) decimals.

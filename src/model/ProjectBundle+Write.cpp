@@ -56,7 +56,10 @@ Status makeFolder(const QString& path) {
 // The thumbnail and the icon, both drawn from the composite.
 Status writePreviews(const QImage& image, const AnnotationList& annotations,
                      const QString& bundlePath, const BundleServices& services) {
-    const QImage composite = render::renderComposite(image, annotations).value_or(QImage());
+    // Without annotations the composite is the image itself; no need to draw a copy.
+    const QImage composite = annotations.empty()
+                                 ? image
+                                 : render::renderComposite(image, annotations).value_or(QImage());
     if (composite.isNull()) {
         return Error{QStringLiteral("%1: the thumbnail could not be drawn").arg(bundlePath)};
     }

@@ -1,25 +1,110 @@
 #include "FastPngEncoder.h"
 
-#include <csetjmp>
-#include <png.h>
+#include "model/Parallel.h"
+
+#include <QtEndian>
+
+#include <zlib.h>
+
+#include <algorithm>
 #include <vector>
 
 namespace vellumix {
 
+// The picture is cut into bands of rows; each band is filtered and deflated on its own core
+// into a raw deflate segment that ends on a byte boundary (a sync flush), the last one with
+// the final block. Concatenated under one zlib header and one combined Adler-32 they form the
+// single zlib stream a PNG's IDAT data must be; decoders cannot tell it from a serial one.
 namespace {
 
-void appendToByteArray(png_structp png, png_bytep data, png_size_t length) {
-    auto* out = static_cast<QByteArray*>(png_get_io_ptr(png));
-    out->append(reinterpret_cast<const char*>(data), static_cast<qsizetype>(length));
+constexpr uchar pngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+// Up alone: choosing a filter per row gained 3% in size for 60% more time.
+constexpr uchar filterUp = 2;
+// Level 3 is as fast as level 1 on screenshots here and about 9% smaller.
+constexpr int compressionLevel = 3;
+// Bands smaller than this are not worth a thread.
+constexpr int minimumBandRows = 64;
+
+struct Segment {
+    QByteArray deflated;
+    uLong adler = 1;
+    uLong length = 0;
+    bool ok = false;
+};
+
+void appendBigEndian(QByteArray& out, quint32 value) {
+    const quint32 be = qToBigEndian(value);
+    out.append(reinterpret_cast<const char*>(&be), 4);
 }
 
-void noFlush(png_structp) {}
+void appendChunk(QByteArray& out, const char type[4], const QByteArray& data) {
+    appendBigEndian(out, static_cast<quint32>(data.size()));
+    const qsizetype start = out.size();
+    out.append(type, 4);
+    out.append(data);
+    const uLong crc = crc32(0, reinterpret_cast<const Bytef*>(out.constData() + start),
+                            static_cast<uInt>(out.size() - start));
+    appendBigEndian(out, static_cast<quint32>(crc));
+}
 
-bool isOpaque(const QImage& image) {
-    if (!image.hasAlphaChannel()) {
-        return true;
+// One row in PNG byte order (RGB or RGBA, not premultiplied).
+void rowBytes(const QImage& argb, int y, int channels, std::vector<uchar>& row) {
+    const auto* pixels = reinterpret_cast<const QRgb*>(argb.constScanLine(y));
+    uchar* out = row.data();
+    for (int x = 0; x < argb.width(); ++x) {
+        const QRgb p = pixels[x];
+        *out++ = static_cast<uchar>(qRed(p));
+        *out++ = static_cast<uchar>(qGreen(p));
+        *out++ = static_cast<uchar>(qBlue(p));
+        if (channels == 4) {
+            *out++ = static_cast<uchar>(qAlpha(p));
+        }
     }
-    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+}
+
+Segment deflateBand(const QImage& argb, int channels, int firstRow, int endRow, bool last) {
+    Segment segment;
+    const size_t rowLength = static_cast<size_t>(argb.width()) * static_cast<size_t>(channels);
+    std::vector<uchar> filtered((rowLength + 1) * static_cast<size_t>(endRow - firstRow));
+    std::vector<uchar> previous(rowLength, 0);
+    std::vector<uchar> current(rowLength);
+    if (firstRow > 0) {
+        rowBytes(argb, firstRow - 1, channels, previous);
+    }
+    uchar* out = filtered.data();
+    for (int y = firstRow; y < endRow; ++y) {
+        rowBytes(argb, y, channels, current);
+        *out++ = filterUp;
+        for (size_t i = 0; i < rowLength; ++i) {
+            *out++ = static_cast<uchar>(current[i] - previous[i]);
+        }
+        std::swap(previous, current);
+    }
+
+    z_stream stream{};
+    if (deflateInit2(&stream, compressionLevel, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+        return segment;
+    }
+    const uLong bound = deflateBound(&stream, static_cast<uLong>(filtered.size())) + 16;
+    segment.deflated.resize(static_cast<qsizetype>(bound));
+    stream.next_in = filtered.data();
+    stream.avail_in = static_cast<uInt>(filtered.size());
+    stream.next_out = reinterpret_cast<Bytef*>(segment.deflated.data());
+    stream.avail_out = static_cast<uInt>(bound);
+    const int result = deflate(&stream, last ? Z_FINISH : Z_SYNC_FLUSH);
+    const bool complete = last ? result == Z_STREAM_END : (result == Z_OK && stream.avail_in == 0);
+    segment.deflated.resize(static_cast<qsizetype>(stream.total_out));
+    deflateEnd(&stream);
+    if (!complete) {
+        return segment;
+    }
+    segment.adler = adler32(1, filtered.data(), static_cast<uInt>(filtered.size()));
+    segment.length = static_cast<uLong>(filtered.size());
+    segment.ok = true;
+    return segment;
+}
+
+bool isOpaque(const QImage& argb) {
     for (int y = 0; y < argb.height(); ++y) {
         const auto* line = reinterpret_cast<const QRgb*>(argb.constScanLine(y));
         for (int x = 0; x < argb.width(); ++x) {
@@ -31,38 +116,16 @@ bool isOpaque(const QImage& image) {
     return true;
 }
 
-// Kept free of C++ objects with destructors: libpng reports errors by longjmp.
-bool writePng(QByteArray* out, const QImage& pixels, bool hasAlpha, int dotsPerMetreX,
-              int dotsPerMetreY, png_bytepp rows) {
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    if (!png) {
-        return false;
-    }
-    png_infop info = png_create_info_struct(png);
-    if (!info) {
-        png_destroy_write_struct(&png, nullptr);
-        return false;
-    }
-    if (setjmp(png_jmpbuf(png))) {
-        png_destroy_write_struct(&png, &info);
-        return false;
-    }
-    png_set_write_fn(png, out, appendToByteArray, noFlush);
-    png_set_compression_level(png, 1);
-    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_UP);
-    png_set_IHDR(png, info, static_cast<png_uint_32>(pixels.width()),
-                 static_cast<png_uint_32>(pixels.height()), 8,
-                 hasAlpha ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
-    if (dotsPerMetreX > 0 && dotsPerMetreY > 0) {
-        png_set_pHYs(png, info, static_cast<png_uint_32>(dotsPerMetreX),
-                     static_cast<png_uint_32>(dotsPerMetreY), PNG_RESOLUTION_METER);
-    }
-    png_write_info(png, info);
-    png_write_image(png, rows);
-    png_write_end(png, info);
-    png_destroy_write_struct(&png, &info);
-    return true;
+QByteArray header(const QImage& image, int channels) {
+    QByteArray ihdr;
+    appendBigEndian(ihdr, static_cast<quint32>(image.width()));
+    appendBigEndian(ihdr, static_cast<quint32>(image.height()));
+    ihdr.append(char(8));                   // bits per sample
+    ihdr.append(char(channels == 4 ? 6 : 2)); // RGBA or RGB
+    ihdr.append(char(0));                   // deflate
+    ihdr.append(char(0));                   // adaptive filtering
+    ihdr.append(char(0));                   // no interlace
+    return ihdr;
 }
 
 } // namespace
@@ -71,24 +134,53 @@ std::optional<QByteArray> encodePngFast(const QImage& image) {
     if (image.isNull() || image.width() <= 0 || image.height() <= 0) {
         return std::nullopt;
     }
-    const bool hasAlpha = !isOpaque(image);
-    const QImage pixels =
-        image.convertToFormat(hasAlpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888);
-    if (pixels.isNull()) {
+    // Read pixels as unpremultiplied ARGB; RGB32 and ARGB32 need no conversion.
+    const QImage argb = image.format() == QImage::Format_RGB32 ||
+                                image.format() == QImage::Format_ARGB32
+                            ? image
+                            : image.convertToFormat(QImage::Format_ARGB32);
+    if (argb.isNull()) {
         return std::nullopt;
     }
-    std::vector<png_bytep> rows(static_cast<size_t>(pixels.height()));
-    for (int y = 0; y < pixels.height(); ++y) {
-        rows[static_cast<size_t>(y)] = const_cast<png_bytep>(pixels.constScanLine(y));
+    const int channels = argb.format() == QImage::Format_RGB32 || isOpaque(argb) ? 3 : 4;
+
+    const int bands = parallelPieces(argb.height(), minimumBandRows);
+    std::vector<Segment> segments(static_cast<size_t>(bands));
+    const auto bandStart = [&](int band) {
+        return static_cast<int>(static_cast<long long>(argb.height()) * band / bands);
+    };
+    runInParallel(bands, [&](int band) {
+        segments[static_cast<size_t>(band)] =
+            deflateBand(argb, channels, bandStart(band), bandStart(band + 1), band == bands - 1);
+    });
+
+    QByteArray zlibStream;
+    zlibStream.append(char(0x78)); // deflate, 32 KiB window
+    zlibStream.append(char(0x5e)); // "fast" compression level, no dictionary, check bits
+    uLong adler = 1;
+    for (const Segment& segment : segments) {
+        if (!segment.ok) {
+            return std::nullopt;
+        }
+        zlibStream.append(segment.deflated);
+        adler = adler32_combine(adler, segment.adler, static_cast<z_off_t>(segment.length));
     }
-    QByteArray out;
-    out.reserve(static_cast<qsizetype>(pixels.sizeInBytes() / 4));
-    if (!writePng(&out, pixels, hasAlpha, image.dotsPerMeterX(), image.dotsPerMeterY(),
-                  rows.data()) ||
-        out.isEmpty()) {
-        return std::nullopt;
+    appendBigEndian(zlibStream, static_cast<quint32>(adler));
+
+    QByteArray png;
+    png.reserve(zlibStream.size() + 128);
+    png.append(reinterpret_cast<const char*>(pngSignature), sizeof pngSignature);
+    appendChunk(png, "IHDR", header(argb, channels));
+    if (image.dotsPerMeterX() > 0 && image.dotsPerMeterY() > 0) {
+        QByteArray phys;
+        appendBigEndian(phys, static_cast<quint32>(image.dotsPerMeterX()));
+        appendBigEndian(phys, static_cast<quint32>(image.dotsPerMeterY()));
+        phys.append(char(1)); // per metre
+        appendChunk(png, "pHYs", phys);
     }
-    return out;
+    appendChunk(png, "IDAT", zlibStream);
+    appendChunk(png, "IEND", QByteArray());
+    return png;
 }
 
 } // namespace vellumix

@@ -78,8 +78,8 @@ TEST(CodableAnnotation, StrokePointsComeFromMovesLinesAndCurveEnds) {
     stroke.path.closeSubpath();
     const auto points = *toCodable(stroke).points;
     ASSERT_EQ(points.size(), 4u);
-    EXPECT_EQ(points[2], (std::vector<double>{13, 3}));
-    EXPECT_EQ(points[3], (std::vector<double>{0, 0})); // the closing line back to the start
+    EXPECT_EQ(points[2], (StoredPoint{13, 3, 2}));
+    EXPECT_EQ(points[3], (StoredPoint{0, 0, 2})); // the closing line back to the start
 }
 
 TEST(CodableAnnotation, ClearColoursAreOmittedAndReadBackClear) {
@@ -206,4 +206,33 @@ TEST(CodableAnnotation, EncodingIsStableAcrossARoundTrip) {
         {stroke, arrow,
          makeText(QRectF(1, 2, 3, 4), QStringLiteral("ü\nnext"), AnnotationStyle())});
     EXPECT_EQ(encodeAnnotations(decode(once)), once);
+}
+
+// Files beyond a quarter megabyte are parsed in pieces on several cores; the pieces must behave
+// exactly like one parse: strings with commas and brackets don't split records, and a bad record
+// anywhere still voids the file.
+TEST(CodableAnnotation, LargeFilesDecodeInPiecesLikeOneParse) {
+    std::string json = "[";
+    const int records = 3000;
+    for (int i = 0; i < records; ++i) {
+        json += i ? "," : "";
+        json += R"({"type":"text","rect":[0,0,9,9],"text":"a, [tricky], {\"quoted\"} text )" +
+                std::to_string(i) +
+                R"(","fontFamily":"System","fontStyle":"Regular","fontSize":12,"alignment":0,)"
+                R"("lineWidth":0,"opacity":1,"id":"t)" +
+                std::to_string(i) + R"("})";
+    }
+    ASSERT_GT(json.size(), 256u * 1024);
+    const AnnotationList all = decode(json + "]");
+    ASSERT_EQ(all.size(), static_cast<size_t>(records));
+    EXPECT_EQ(idOf(all.back()).rawValue(), QStringLiteral("t2999"));
+    EXPECT_EQ(std::get<TextAnnotation>(all[1500]).text,
+              QStringLiteral("a, [tricky], {\"quoted\"} text 1500"));
+
+    EXPECT_TRUE(decode(json + R"(,{"type":"shape","lineWidth":1}])").empty());
+    EXPECT_TRUE(decode(json).empty());            // unterminated
+    EXPECT_TRUE(decode(json + "]]").empty());     // trailing garbage
+    std::string early = json + "]";
+    early.replace(early.find(R"("opacity":1)"), 11, R"("opacity":"1")");
+    EXPECT_TRUE(decode(early).empty());
 }
