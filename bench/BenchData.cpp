@@ -17,7 +17,8 @@ QImage syntheticScreenshot(int width, int height) {
         for (int x = 0; x < width; ++x) {
             const double u = x / double(width);
             const double v = y / double(height);
-            line[x] = qRgb(int(90 + 60 * std::sin(u * 7 + v * 3)), int(110 + 50 * std::cos(v * 9 - u * 2)),
+            line[x] = qRgb(int(90 + 60 * std::sin(u * 7 + v * 3)),
+                           int(110 + 50 * std::cos(v * 9 - u * 2)),
                            int(150 + 70 * std::sin((u + v) * 5)));
         }
     }

@@ -29,8 +29,7 @@ void BM_WriteNewBundle5K(benchmark::State& state) {
             state.SkipWithError("write failed");
         }
     }
-    state.counters["imageKB"] =
-        QFileInfo(dir.filePath("b0.vellumix/image.png")).size() / 1024.0;
+    state.counters["imageKB"] = QFileInfo(dir.filePath("b0.vellumix/image.png")).size() / 1024.0;
 }
 BENCHMARK(BM_WriteNewBundle5K)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(3);
 

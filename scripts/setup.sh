@@ -21,9 +21,9 @@ PACKAGES=(
   libx11-dev libxcb-keysyms1-dev
   # JSON
   nlohmann-json3-dev
-  # tests and benchmarks
+  # tests, benchmarks and fuzzing
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  xvfb xauth x11-apps fonts-dejavu-core
+  xvfb xauth x11-apps fonts-dejavu-core clang-14 libclang-rt-14-dev
 )
 
 missing=()

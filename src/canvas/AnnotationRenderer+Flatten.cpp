@@ -80,7 +80,8 @@ std::optional<QImage> renderFlattened(const QImage& image, std::span<const Annot
     return sheet.image;
 }
 
-std::optional<QImage> renderComposite(const QImage& image, std::span<const Annotation> annotations) {
+std::optional<QImage> renderComposite(const QImage& image,
+                                      std::span<const Annotation> annotations) {
     return renderFlattened(image, annotations, {QSizeF(image.size()), false, true, std::nullopt});
 }
 

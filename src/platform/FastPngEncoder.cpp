@@ -4,10 +4,9 @@
 
 #include <QtEndian>
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <vector>
+#include <zlib.h>
 
 namespace vellumix {
 
@@ -120,11 +119,11 @@ QByteArray header(const QImage& image, int channels) {
     QByteArray ihdr;
     appendBigEndian(ihdr, static_cast<quint32>(image.width()));
     appendBigEndian(ihdr, static_cast<quint32>(image.height()));
-    ihdr.append(char(8));                   // bits per sample
+    ihdr.append(char(8));                     // bits per sample
     ihdr.append(char(channels == 4 ? 6 : 2)); // RGBA or RGB
-    ihdr.append(char(0));                   // deflate
-    ihdr.append(char(0));                   // adaptive filtering
-    ihdr.append(char(0));                   // no interlace
+    ihdr.append(char(0));                     // deflate
+    ihdr.append(char(0));                     // adaptive filtering
+    ihdr.append(char(0));                     // no interlace
     return ihdr;
 }
 
@@ -135,10 +134,10 @@ std::optional<QByteArray> encodePngFast(const QImage& image) {
         return std::nullopt;
     }
     // Read pixels as unpremultiplied ARGB; RGB32 and ARGB32 need no conversion.
-    const QImage argb = image.format() == QImage::Format_RGB32 ||
-                                image.format() == QImage::Format_ARGB32
-                            ? image
-                            : image.convertToFormat(QImage::Format_ARGB32);
+    const QImage argb =
+        image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32
+            ? image
+            : image.convertToFormat(QImage::Format_ARGB32);
     if (argb.isNull()) {
         return std::nullopt;
     }

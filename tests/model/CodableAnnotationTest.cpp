@@ -230,9 +230,27 @@ TEST(CodableAnnotation, LargeFilesDecodeInPiecesLikeOneParse) {
               QStringLiteral("a, [tricky], {\"quoted\"} text 1500"));
 
     EXPECT_TRUE(decode(json + R"(,{"type":"shape","lineWidth":1}])").empty());
-    EXPECT_TRUE(decode(json).empty());            // unterminated
-    EXPECT_TRUE(decode(json + "]]").empty());     // trailing garbage
+    EXPECT_TRUE(decode(json).empty());        // unterminated
+    EXPECT_TRUE(decode(json + "]]").empty()); // trailing garbage
     std::string early = json + "]";
     early.replace(early.find(R"("opacity":1)"), 11, R"("opacity":"1")");
     EXPECT_TRUE(decode(early).empty());
+}
+
+TEST(CodableAnnotation, HostileInputsReadAsNothingWithoutCrashing) {
+    EXPECT_TRUE(decode(std::string(200000, '[')).empty());
+    const std::string deepUnknown =
+        R"([{"type":"shape","shape":"rect","rect":[0,0,1,1],"lineWidth":1,"opacity":1,"x":)" +
+        std::string(100000, '[') + std::string(100000, ']') + "}]";
+    EXPECT_EQ(decode(deepUnknown).size(), 1u); // unknown keys are skipped whatever they hold
+    EXPECT_TRUE(
+        decode(R"([{"type":"shape","shape":"rect","rect":[0,0,1,1],"lineWidth":NaN,"opacity":1}])")
+            .empty());
+    EXPECT_TRUE(
+        decode(
+            R"([{"type":"shape","shape":"rect","rect":[0,0,1e400,1],"lineWidth":1,"opacity":1}])")
+            .empty());
+    EXPECT_TRUE(
+        decode(R"([{"type":"stroke","points":[[1e308,1e308]],"lineWidth":1e308,"opacity":1}])")
+            .empty());
 }
