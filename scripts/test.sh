@@ -7,10 +7,8 @@ cd "$(dirname "$0")/.."
 bash scripts/build.sh
 
 export QT_QPA_PLATFORM=offscreen
-unset DISPLAY WAYLAND_DISPLAY
-# Tests get their own runtime folder instead of Qt's warning about a missing one.
-XDG_RUNTIME_DIR=$(mktemp -d)
-export XDG_RUNTIME_DIR
-trap 'rm -rf "$XDG_RUNTIME_DIR"' EXIT
+unset DISPLAY WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS
 
-ctest --test-dir "${VELLUMIX_BUILD_DIR:-build}" --output-on-failure --parallel "$(nproc)" "$@"
+# A private session bus with an unlocked throw-away keyring, and throw-away XDG folders.
+dbus-run-session -- bash scripts/with-test-session.sh \
+  ctest --test-dir "${VELLUMIX_BUILD_DIR:-build}" --output-on-failure --parallel "$(nproc)" "$@"

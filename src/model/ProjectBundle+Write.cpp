@@ -53,24 +53,6 @@ Status makeFolder(const QString& path) {
     return success();
 }
 
-// The thumbnail and the icon, both drawn from the composite.
-Status writePreviews(const QImage& image, const AnnotationList& annotations,
-                     const QString& bundlePath, const BundleServices& services) {
-    // Without annotations the composite is the image itself; no need to draw a copy.
-    const QImage composite = annotations.empty()
-                                 ? image
-                                 : render::renderComposite(image, annotations).value_or(QImage());
-    if (composite.isNull()) {
-        return Error{QStringLiteral("%1: the thumbnail could not be drawn").arg(bundlePath)};
-    }
-    const Status thumbnail =
-        writePng(makeThumbnail(composite), QDir(bundlePath).filePath(thumbnailFile), services);
-    if (services.setFolderIcon) {
-        services.setFolderIcon(bundlePath, makeIconRepresentations(composite));
-    }
-    return thumbnail;
-}
-
 // Encodes the base image on a second thread while the caller's work runs on this one.
 std::future<std::optional<QByteArray>> encodeInBackground(const QImage& image,
                                                           const BundleServices& services) {
@@ -87,6 +69,23 @@ Status finishImage(std::future<std::optional<QByteArray>>& encoded, const QStrin
 }
 
 } // namespace
+
+Status writePreviews(const QImage& image, const AnnotationList& annotations,
+                     const QString& bundlePath, const BundleServices& services) {
+    // Without annotations the composite is the image itself; no need to draw a copy.
+    const QImage composite = annotations.empty()
+                                 ? image
+                                 : render::renderComposite(image, annotations).value_or(QImage());
+    if (composite.isNull()) {
+        return Error{QStringLiteral("%1: the thumbnail could not be drawn").arg(bundlePath)};
+    }
+    const Status thumbnail =
+        writePng(makeThumbnail(composite), QDir(bundlePath).filePath(thumbnailFile), services);
+    if (services.setFolderIcon) {
+        services.setFolderIcon(bundlePath, makeIconRepresentations(composite));
+    }
+    return thumbnail;
+}
 
 Status writeAnnotations(const AnnotationList& annotations, const QString& bundlePath,
                         const BundleServices& services) {

@@ -55,6 +55,10 @@ Status writeAnnotations(const AnnotationList& annotations, const QString& bundle
 /// annotations.
 Status refreshImage(const QImage& image, const QString& bundlePath, const BundleServices& services);
 
+/// Redraws "thumbnail.png" and the folder icon from an image and its annotations.
+Status writePreviews(const QImage& image, const AnnotationList& annotations,
+                     const QString& bundlePath, const BundleServices& services);
+
 /// The stored annotations; never fails (anything unreadable is no annotations).
 AnnotationList loadAnnotations(const QString& bundlePath);
 /// The base image; null when the bundle has none or it cannot be decoded.

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Settings.h"
+#include "model/ProjectBundle.h"
+
+#include <QDateTime>
+#include <QImage>
+
+#include <functional>
+#include <vector>
+
+namespace vellumix {
+
+/// The private history of project bundles (the newest 10 captures, pastes and opened images)
+/// plus up to 10 remembered bundles that live elsewhere. Every call reads the disk afresh.
+class HistoryStore {
+public:
+    struct Entry {
+        QString bundlePath;
+        /// When the entry was last saved: its annotations file's modification time.
+        QDateTime date;
+        QImage thumbnail;
+        bool isExternal = false;
+    };
+
+    static constexpr int maxEntries = 10;
+    static constexpr int externalCap = 10;
+    static inline const QString bundleExtension = QStringLiteral("vellumix");
+
+    using Clock = std::function<QDateTime()>;
+    using Revealer = std::function<void(const QString& filePath)>;
+
+    /// Creates the store folder if needed (a failure shows later, when writing into it).
+    HistoryStore(QString storePath, Settings& settings, BundleServices services,
+                 Revealer reveal = {}, Clock clock = &QDateTime::currentDateTime);
+
+    /// `$XDG_DATA_HOME/Vellumix`.
+    static QString standardStorePath();
+    const QString& storePath() const { return m_storePath; }
+
+    /// Writes a new bundle named after the current local time, then prunes the store.
+    Result<QString> createBundle(const QImage& image, const AnnotationList& annotations);
+    /// Store and external entries with a readable thumbnail, newest first, at most `limit`.
+    std::vector<Entry> allEntries(int limit) const;
+    /// Puts a bundle's absolute path at the front of the remembered external bundles.
+    void recordExternal(const QString& bundlePath);
+    QStringList externalPaths() const;
+    /// Removes a bundle for good (not to the trash).
+    Status deleteBundle(const QString& bundlePath);
+    /// Shows the bundle's image in the file manager.
+    void reveal(const QString& bundlePath) const;
+    /// Deletes store bundles beyond the newest 10 by creation time.
+    void prune();
+
+    // The editor window's side of a bundle.
+    Status writeAnnotations(const QString& bundlePath, const AnnotationList& annotations);
+    Status refreshImage(const QImage& image, const QString& bundlePath);
+    AnnotationList loadAnnotations(const QString& bundlePath) const;
+    /// The closing save: annotations first, then the previews redrawn from the stored image
+    /// (left as they were when the image cannot be read).
+    Status saveOnClose(const QString& bundlePath, const AnnotationList& annotations);
+
+    /// "yyyy-MM-dd-HHmmss.vellumix" for a moment in local time.
+    static QString bundleName(const QDateTime& when);
+
+private:
+    QStringList storeItems() const;
+
+    QString m_storePath;
+    Settings& m_settings;
+    BundleServices m_services;
+    Revealer m_reveal;
+    Clock m_clock;
+};
+
+} // namespace vellumix

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+namespace vellumix {
+
+/// One generic-password item store (the desktop's Secret Service on Linux). Failures come back
+/// as no value or false, never as an exception or a dialog.
+class Keychain {
+public:
+    virtual ~Keychain() = default;
+    virtual std::optional<QString> read(const QString& account) const = 0;
+    /// Replaces the item's value, or adds the item.
+    virtual bool save(const QString& value, const QString& account) = 0;
+    /// True also when there was no such item.
+    virtual bool remove(const QString& account) = 0;
+};
+
+/// The cloud model's API key, kept in the keychain and nowhere else.
+class ApiKeyStore {
+public:
+    static inline const QString service = QStringLiteral("tarnwell.Vellumix");
+    static inline const QString account = QStringLiteral("geminiAPIKey");
+
+    explicit ApiKeyStore(Keychain& keychain) : m_keychain(keychain) {}
+
+    /// The stored key; an empty value counts as none.
+    std::optional<QString> apiKey() const;
+    /// From the settings field: trimmed; a non-empty key is saved, an empty one deletes the item.
+    bool setFromField(const QString& text);
+    bool hasKey() const { return apiKey().has_value(); }
+
+private:
+    Keychain& m_keychain;
+};
+
+} // namespace vellumix
