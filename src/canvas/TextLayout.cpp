@@ -50,22 +50,40 @@ double layOut(QTextLayout& layout, double width, TextAlignment alignment) {
 
 } // namespace
 
+namespace {
+
+// Measuring without a device uses a 72 dpi sheet, where one point is one canvas unit.
+const QPaintDevice* measuringDevice(const QPaintDevice* device) {
+    if (device) {
+        return device;
+    }
+    static const QImage sheet = [] {
+        QImage image(1, 1, QImage::Format_ARGB32_Premultiplied);
+        image.setDotsPerMeterX(2835);
+        image.setDotsPerMeterY(2835);
+        return image;
+    }();
+    return &sheet;
+}
+
+} // namespace
+
 QFont fontInCanvasUnits(QFont font, double size, const QPaintDevice* device) {
     // One canvas unit is one point at 72 dpi; Qt converts point sizes with the device's dpi.
-    const double dpi = device ? device->logicalDpiY() : 72.0;
+    const double dpi = measuringDevice(device)->logicalDpiY();
     font.setPointSizeF(std::max(size, 0.5) * 72.0 / (dpi > 0 ? dpi : 72.0));
     return font;
 }
 
 double TextBoxLayout::height(const QString& text, const QFont& font, double width,
                              TextAlignment alignment, const QPaintDevice* device) {
-    QTextLayout layout(withLineSeparators(text), font, device);
+    QTextLayout layout(withLineSeparators(text), font, measuringDevice(device));
     return layOut(layout, width, alignment);
 }
 
 double TextBoxLayout::naturalWidth(const QString& text, const QFont& font,
                                    const QPaintDevice* device) {
-    QTextLayout layout(withLineSeparators(text), font, device);
+    QTextLayout layout(withLineSeparators(text), font, measuringDevice(device));
     layout.beginLayout();
     double widest = 0;
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {

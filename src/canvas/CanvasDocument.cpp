@@ -1,0 +1,210 @@
+#include "CanvasDocument.h"
+#include "model/AnnotationGeometry.h"
+
+#include <QUndoCommand>
+
+namespace vellumix {
+
+namespace {
+
+// One undo step: the whole list before and after, under a fixed name.
+class ListChange final : public QUndoCommand {
+public:
+    ListChange(std::function<void(AnnotationList)> assign, AnnotationList before,
+               AnnotationList after, const QString& name, bool alreadyApplied)
+        : QUndoCommand(name), m_assign(std::move(assign)), m_before(std::move(before)),
+          m_after(std::move(after)), m_skipFirstRedo(alreadyApplied) {}
+
+    void undo() override { m_assign(m_before); }
+    void redo() override {
+        if (m_skipFirstRedo) {
+            m_skipFirstRedo = false;
+            return;
+        }
+        m_assign(m_after);
+    }
+
+private:
+    std::function<void(AnnotationList)> m_assign;
+    AnnotationList m_before;
+    AnnotationList m_after;
+    bool m_skipFirstRedo;
+};
+
+} // namespace
+
+CanvasDocument::CanvasDocument() {
+    updateCanvasSize();
+}
+
+void CanvasDocument::setImage(const QImage& image) {
+    m_image = image;
+    updateCanvasSize();
+    redisplay();
+}
+
+QRectF CanvasDocument::imageRect() const {
+    return {geometry::canvasInset, geometry::canvasInset, double(m_image.width()),
+            double(m_image.height())};
+}
+
+void CanvasDocument::assignAnnotations(AnnotationList list) {
+    const size_t oldCount = m_annotations.size();
+    m_annotations = std::move(list);
+    // Indices that fell out of range are dropped from the selection.
+    std::erase_if(m_selected, [this](int i) { return !validIndex(i); });
+    updateCanvasSize();
+    if (oldCount != m_annotations.size() && onAnnotationsChanged) {
+        onAnnotationsChanged(static_cast<int>(m_annotations.size()));
+    }
+    redisplay();
+}
+
+void CanvasDocument::replaceAnnotations(AnnotationList list, const QString& actionName) {
+    auto assign = [this](AnnotationList l) { assignAnnotations(std::move(l)); };
+    m_undo.push(new ListChange(assign, m_annotations, std::move(list), actionName, false));
+}
+
+void CanvasDocument::registerUndo(AnnotationList previous, const QString& actionName) {
+    auto assign = [this](AnnotationList l) { assignAnnotations(std::move(l)); };
+    m_undo.push(new ListChange(assign, std::move(previous), m_annotations, actionName, true));
+}
+
+void CanvasDocument::setAnnotationsWithoutUndo(AnnotationList list) {
+    assignAnnotations(std::move(list));
+}
+
+void CanvasDocument::setShowsAnnotations(bool shows) {
+    m_showsAnnotations = shows;
+    redisplay();
+}
+
+void CanvasDocument::setActiveTool(Tool tool) {
+    m_activeTool = tool;
+    redisplay();
+}
+
+void CanvasDocument::updateCanvasSize() {
+    const QSizeF size = geometry::canvasSize(QSizeF(m_image.size()), m_annotations);
+    if (m_canvasSize.isEmpty() || geometry::canvasSizeChanged(m_canvasSize, size)) {
+        m_canvasSize = size;
+        if (onCanvasSizeChanged) {
+            onCanvasSizeChanged(size);
+        }
+    }
+}
+
+void CanvasDocument::redisplay(std::optional<QRectF> area) {
+    if (onNeedsDisplay) {
+        onNeedsDisplay(area);
+    }
+}
+
+bool CanvasDocument::validIndex(int index) const {
+    return index >= 0 && static_cast<size_t>(index) < m_annotations.size();
+}
+
+void CanvasDocument::setSelection(std::set<int> indices) {
+    m_selected = std::move(indices);
+    selectionDidChange();
+    redisplay();
+}
+
+void CanvasDocument::selectionDidChange() {
+    if (!m_selected.empty()) {
+        m_lastSelected = m_selected;
+    }
+    const std::vector<Annotation> selected = selectedAnnotations();
+    if (selected.size() == 1) {
+        if (const auto* arrow = std::get_if<ArrowAnnotation>(&selected.front())) {
+            currentArrowEndCap = arrow->endCap;
+        }
+    }
+    if (onSelectionChanged) {
+        onSelectionChanged(selected);
+    }
+    if (onSelectionGeometryChanged) {
+        onSelectionGeometryChanged(selected.size() == 1 ? std::optional(selected.front())
+                                                        : std::nullopt);
+    }
+}
+
+std::vector<Annotation> CanvasDocument::selectedAnnotations() const {
+    std::vector<Annotation> list;
+    for (int i : m_selected) {
+        if (validIndex(i)) {
+            list.push_back(m_annotations[static_cast<size_t>(i)]);
+        }
+    }
+    return list;
+}
+
+void CanvasDocument::selectAll() {
+    if (m_annotations.empty()) {
+        return;
+    }
+    if (m_activeTool != Tool::select && onRequestTool) {
+        onRequestTool(Tool::select);
+    }
+    std::set<int> all;
+    for (int i = 0; i < static_cast<int>(m_annotations.size()); ++i) {
+        all.insert(i);
+    }
+    setSelection(std::move(all));
+}
+
+std::optional<QRectF> CanvasDocument::selectionBounds() const {
+    std::optional<QRectF> united;
+    for (int i : m_selected) {
+        if (validIndex(i)) {
+            const QRectF b = geometry::bounds(m_annotations[static_cast<size_t>(i)]);
+            united = united ? geometry::unite(*united, b) : b;
+        }
+    }
+    return united;
+}
+
+bool CanvasDocument::isDragging() const {
+    return m_selectDragOp || m_selectionDragStart || m_dragStart || m_activePath ||
+           m_textDragStart || m_cropDragHandle;
+}
+
+bool CanvasDocument::wantsCrosshair() const {
+    return m_dragStart || m_activePath || m_textDragStart;
+}
+
+CanvasSnapshot CanvasDocument::snapshot() const {
+    CanvasSnapshot s;
+    s.image = m_image;
+    s.annotations = m_annotations;
+    s.showsAnnotations = m_showsAnnotations;
+    s.activeTool = m_activeTool;
+    s.strokeColor = style.strokeColor;
+    s.fillColor = style.fillColor;
+    s.lineWidth = style.lineWidth;
+    s.cornerRadius = style.cornerRadius;
+    s.lineStyle = style.lineStyle;
+    s.currentArrowEndCap = currentArrowEndCap;
+    s.dragStart = m_dragStart;
+    s.dragRect = m_dragRect;
+    s.activePath = m_activePath;
+    s.arrowPreviewEnd = m_arrowPreviewEnd;
+    s.shiftAnchorPoint = m_shiftAnchorPoint;
+    s.shiftPreviewPoint = m_shiftPreviewPoint;
+    s.textDragRect = m_textDragRect;
+    if (m_textEditing) {
+        s.activeTextOuterRect = m_textEditing->outerRect;
+        s.editingTextIndex = m_textEditing->index;
+    }
+    s.selectedIndices.assign(m_selected.begin(), m_selected.end());
+    s.selectionDragRect = m_selectionDragRect;
+    s.selectionDragInProgress = m_selectDragOp.has_value();
+    s.cropRect = cropRect;
+    s.cursorPosOnImage = m_cursorPosOnImage;
+    s.showCursorCoords = showCursorCoords;
+    s.zoom = zoom;
+    s.visibleRect = visibleRect.isEmpty() ? QRectF(QPointF(0, 0), m_canvasSize) : visibleRect;
+    return s;
+}
+
+} // namespace vellumix

@@ -1,0 +1,295 @@
+#pragma once
+
+#include "AnnotationRenderer.h"
+#include "CanvasSnapshot.h"
+#include "library/StyleLibrary.h"
+#include "model/AnnotationStyle.h"
+
+#include <QFont>
+#include <QImage>
+#include <QUndoStack>
+
+#include <functional>
+#include <optional>
+#include <set>
+#include <variant>
+#include <vector>
+
+namespace vellumix {
+
+/// A drag in the select tool. Each records where the pointer went down and the state before the
+/// drag, so every drag event recomputes from the original.
+struct MoveDrag {
+    QPointF startMouse;
+    int index;
+    Annotation original;
+};
+struct ResizeDrag {
+    ResizeHandle handle;
+    QPointF startMouse;
+    int index;
+    Annotation original;
+};
+struct ArrowAdjustDrag {
+    ArrowAnchor anchor;
+    QPointF startMouse;
+    int index;
+    ArrowAnnotation original;
+};
+struct MoveMultipleDrag {
+    QPointF startMouse;
+    std::vector<std::pair<int, Annotation>> originals;
+};
+using SelectDragOp = std::variant<MoveDrag, ResizeDrag, ArrowAdjustDrag, MoveMultipleDrag>;
+
+/// Style values a toolbar change sends for the selection; only the given ones apply.
+struct StyleChange {
+    std::optional<Color> strokeColor;
+    std::optional<Color> fillColor;
+    std::optional<double> lineWidth;
+    std::optional<LineStyle> lineStyle;
+    std::optional<double> cornerRadius;
+    std::optional<double> opacity;
+    std::optional<QString> fontFamily;
+    std::optional<QString> fontStyle;
+    std::optional<double> fontSize;
+    std::optional<TextAlignment> alignment;
+    std::optional<double> textPadding;
+    std::optional<Color> fontColor;
+};
+
+/// One entry of the canvas's context menu, described without a toolkit.
+struct CanvasMenuItem {
+    enum class Action {
+        none,
+        requestSelectTool,
+        bringToFront,
+        bringForward,
+        sendBackward,
+        sendToBack,
+        arrowStyle,
+        applyArrowEndCap,
+        toggleLock,
+        saveStyleAsPreset,
+        applyStylePreset,
+        mergeIntoImage,
+        addOverlay
+    };
+    Action action = Action::none;
+    QString title;
+    /// Name of the item's icon in the app's icon set.
+    QString icon;
+    bool enabled = true;
+    bool checked = false;
+    bool separatorAfter = false;
+    /// For end-cap items: the cap; for preset items: its index in the tool's list.
+    int argument = -1;
+    QString toolTip;
+    std::vector<CanvasMenuItem> submenu;
+
+    static CanvasMenuItem make(Action action, QString title, QString icon, bool enabled = true) {
+        CanvasMenuItem item;
+        item.action = action;
+        item.title = std::move(title);
+        item.icon = std::move(icon);
+        item.enabled = enabled;
+        return item;
+    }
+};
+
+/// What the live text editor needs to open over a text box.
+struct TextEditSession {
+    QRectF editorFrame;
+    QString text;
+    QFont font;
+    QColor color;
+    TextAlignment alignment = TextAlignment::left;
+    bool selectAll = false;
+};
+
+/// The canvas's document and every rule of its interaction: the annotation list, the selection,
+/// the gesture in progress, the current style and named undo. The canvas widget turns events
+/// into these calls and paints what `snapshot()` describes; nothing here needs a window.
+class CanvasDocument {
+public:
+    CanvasDocument();
+    CanvasDocument(const CanvasDocument&) = delete;
+    CanvasDocument& operator=(const CanvasDocument&) = delete;
+
+    // --- Document -------------------------------------------------------------------------
+    const QImage& image() const { return m_image; }
+    void setImage(const QImage& image);
+    const AnnotationList& annotations() const { return m_annotations; }
+    /// Replaces the list as one undo step named `actionName`.
+    void replaceAnnotations(AnnotationList list, const QString& actionName);
+    /// Registers one undo step for a change already made, restoring `previous`.
+    void registerUndo(AnnotationList previous, const QString& actionName);
+    /// Plain edits for callers that register undo themselves.
+    void setAnnotationsWithoutUndo(AnnotationList list);
+    QUndoStack& undoStack() { return m_undo; }
+
+    bool showsAnnotations() const { return m_showsAnnotations; }
+    void setShowsAnnotations(bool shows);
+    Tool activeTool() const { return m_activeTool; }
+    void setActiveTool(Tool tool);
+    /// The canvas size for the image and annotations (grows right and down only).
+    QSizeF canvasSize() const { return m_canvasSize; }
+    QRectF imageRect() const;
+
+    // --- Style for new annotations ----------------------------------------------------------
+    AnnotationStyle style;
+    ArrowEndCap currentArrowEndCap = ArrowEndCap::triangle;
+    /// Re-applies the text style to the open text editor, if any.
+    void styleDidChange();
+
+    // --- Selection --------------------------------------------------------------------------
+    const std::set<int>& selectedIndices() const { return m_selected; }
+    void setSelection(std::set<int> indices);
+    const std::set<int>& lastSelectedIndices() const { return m_lastSelected; }
+    std::vector<Annotation> selectedAnnotations() const;
+    void selectAll();
+
+    // --- Input (canvas coordinates) --------------------------------------------------------
+    void mouseDown(QPointF point, Qt::KeyboardModifiers modifiers, int clickCount);
+    void mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers);
+    void mouseUp(QPointF point, Qt::KeyboardModifiers modifiers);
+    void mouseMoved(QPointF point);
+    void mouseExited();
+    /// True when the key was handled.
+    bool keyPress(int key, Qt::KeyboardModifiers modifiers, const QString& text);
+    /// The context menu for a right click; selects the clicked annotation first if needed.
+    std::vector<CanvasMenuItem> contextMenu(QPointF point);
+    void triggerMenuItem(const CanvasMenuItem& item);
+    bool isDragging() const;
+
+    // --- Selection commands -----------------------------------------------------------------
+    void bringToFront();
+    void bringForward();
+    void sendBackward();
+    void sendToBack();
+    bool canBringForward() const;
+    bool canSendBackward() const;
+    void applyArrowEndCap(ArrowEndCap cap);
+    void toggleLock();
+    void restyleSelection(const StyleChange& change);
+    void addOverlay(const QImage& overlay, std::optional<QPointF> point);
+    void copySelection();
+    void paste();
+    void deleteSelection();
+    void nudge(double dx, double dy);
+
+    // --- Text editing ------------------------------------------------------------------------
+    bool isEditingText() const { return m_textEditing.has_value(); }
+    /// Opens the editor over a box; the widget shows `session()`.
+    void beginEditing(const QRectF& rect, const QString& text, std::optional<int> index);
+    std::optional<TextEditSession> session() const;
+    /// The editor's text changed; returns the editor's new frame height when the box grew.
+    std::optional<double> textDidChange(const QString& text);
+    /// Closes the editor; with `cancel` nothing is stored. The stored text is the last one
+    /// reported through textDidChange.
+    void commitTextEditing(bool cancel);
+    /// Escape from the editor: commit unless empty, then back to the select tool.
+    void escapeFromTextEditor();
+    /// The resolved font of the current text style, sized for `device`.
+    QFont textFont(const QPaintDevice* device = nullptr) const;
+
+    // --- Display -------------------------------------------------------------------------------
+    /// Everything one paint pass reads.
+    CanvasSnapshot snapshot() const;
+    double zoom = 1;
+    QRectF visibleRect;
+    bool showCursorCoords = false;
+    std::optional<QRectF> cropRect;
+    std::optional<QPointF> cursorPosOnImage() const { return m_cursorPosOnImage; }
+    /// Whether drawing tools want the crosshair now (a drag is under way).
+    bool wantsCrosshair() const;
+
+    // --- Callbacks (all optional) -----------------------------------------------------------
+    std::function<void(const std::vector<Annotation>&)> onSelectionChanged;
+    std::function<void(const std::optional<Annotation>&)> onSelectionGeometryChanged;
+    std::function<void(std::optional<QPointF>)> onSelectionMoveChanged;
+    std::function<void(std::optional<QRectF>)> onInProgressGeometryChanged;
+    std::function<void(int)> onAnnotationsChanged;
+    std::function<void(Tool)> onRequestTool;
+    std::function<void(std::optional<QRectF>)> onCropRectChanged;
+    std::function<void()> onEditImageCancelled;
+    std::function<void(const Annotation&)> onSaveStylePreset;
+    std::function<void(const AnnotationStyle&, Tool)> onApplyStylePreset;
+    std::function<void(std::optional<QPointF>)> onRequestAddOverlay;
+    std::function<void(const AnnotationIDSet&)> onMergeIntoImage;
+    /// The widget's hooks: repaint (a canvas rectangle, or all), size, editor open/close.
+    std::function<void(std::optional<QRectF>)> onNeedsDisplay;
+    std::function<void(QSizeF)> onCanvasSizeChanged;
+    std::function<void()> onTextEditingStarted;
+    std::function<void()> onTextEditingEnded;
+    /// Services: the system clipboard's image, and the saved presets of a tool.
+    std::function<QImage()> clipboardImage;
+    std::function<std::vector<PresetEntry>(Tool)> presetsForTool;
+
+private:
+    struct TextEditing {
+        QRectF outerRect;
+        std::optional<int> index;
+        QString text;
+        double editorHeight = 0;
+    };
+
+    void assignAnnotations(AnnotationList list);
+    void selectionDidChange();
+    void redisplay(std::optional<QRectF> area = std::nullopt);
+    void updateCanvasSize();
+    void resetDrawingState();
+    void finishCreation(Annotation annotation, const QString& actionName);
+    bool validIndex(int index) const;
+    std::optional<QRectF> selectionBounds() const;
+
+    void selectMouseDown(QPointF point, Qt::KeyboardModifiers modifiers, int clickCount);
+    void selectMouseDragged(QPointF point, Qt::KeyboardModifiers modifiers);
+    void selectMouseUp();
+    void drawingMouseDown(QPointF point);
+    void drawingMouseDragged(QPointF point, Qt::KeyboardModifiers modifiers);
+    void drawingMouseUp(QPointF point, Qt::KeyboardModifiers modifiers);
+    void cropMouseDown(QPointF point, int clickCount);
+    void cropMouseDragged(QPointF point);
+    std::optional<int> topmostTextAt(QPointF point) const;
+    void moveSelectionInOrder(bool up, bool toEnd);
+
+    QImage m_image;
+    AnnotationList m_annotations;
+    QUndoStack m_undo;
+    bool m_showsAnnotations = true;
+    Tool m_activeTool = Tool::select;
+    QSizeF m_canvasSize;
+
+    std::set<int> m_selected;
+    std::set<int> m_lastSelected;
+    std::optional<int> m_shiftCycleTarget;
+    std::optional<QPointF> m_selectionDragStart;
+    std::optional<QRectF> m_selectionDragRect;
+    std::optional<SelectDragOp> m_selectDragOp;
+    bool m_hasDraggedAnnotation = false;
+    AnnotationList m_listBeforeDrag;
+
+    std::optional<QPointF> m_dragStart;
+    std::optional<QRectF> m_dragRect;
+    std::optional<QPainterPath> m_activePath;
+    std::optional<QPointF> m_lastBrushPoint;
+    std::optional<QPointF> m_shiftAnchorPoint;
+    std::optional<QPointF> m_shiftPreviewPoint;
+    std::optional<QPointF> m_arrowPreviewEnd;
+    std::optional<QPointF> m_textDragStart;
+    std::optional<QRectF> m_textDragRect;
+
+    std::optional<CropHandle> m_cropDragHandle;
+    std::optional<QPointF> m_cropDragStart;
+
+    std::optional<QPointF> m_cursorPosOnImage;
+    std::optional<QPointF> m_pendingOverlayInsertPoint;
+    AnnotationList m_copiedAnnotations;
+    std::optional<TextEditing> m_textEditing;
+    bool m_isCommittingText = false;
+    // The context menu's presets, by item argument.
+    std::vector<PresetEntry> m_menuPresets;
+};
+
+} // namespace vellumix
