@@ -80,8 +80,8 @@ Annotation restyled(Annotation annotation, const StyleChange& c) {
                 applyOpacity(a.color, c.opacity);
                 applyOpacity(a.strokeColor, c.opacity);
                 applyOpacity(a.backgroundColor, c.opacity);
-                const bool layoutChanged = c.fontFamily || c.fontStyle || c.fontSize ||
-                                           c.alignment || c.textPadding;
+                const bool layoutChanged =
+                    c.fontFamily || c.fontStyle || c.fontSize || c.alignment || c.textPadding;
                 if (layoutChanged) {
                     // Refit the height to the text; width and origin stay.
                     const QFont font = fontInCanvasUnits(resolveFont(a.fontFamily, a.fontStyle, 12),
@@ -126,9 +126,9 @@ void CanvasDocument::addOverlay(const QImage& overlay, std::optional<QPointF> po
     }
     const double scale = std::min({1.0, m_image.width() / 2.0 / w, m_image.height() / 2.0 / h});
     const QRectF image = imageRect();
-    const QPointF origin = point ? *point
-                                 : QPointF(image.center().x() - w * scale / 2,
-                                           image.center().y() - h * scale / 2);
+    const QPointF origin =
+        point ? *point
+              : QPointF(image.center().x() - w * scale / 2, image.center().y() - h * scale / 2);
     OverlayAnnotation annotation;
     annotation.rect = QRectF(origin, QSizeF(w * scale, h * scale));
     annotation.image = overlay;
@@ -217,21 +217,21 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
 
     std::vector<CanvasMenuItem> menu;
     if (m_activeTool != Tool::select) {
-        CanvasMenuItem select = CanvasMenuItem::make(Action::requestSelectTool, QStringLiteral("Select"),
-                              QStringLiteral("select"));
+        CanvasMenuItem select = CanvasMenuItem::make(
+            Action::requestSelectTool, QStringLiteral("Select"), QStringLiteral("select"));
         select.separatorAfter = true;
         menu.push_back(select);
     }
     const bool forward = canBringForward();
     const bool backward = canSendBackward();
     menu.push_back(CanvasMenuItem::make(Action::bringToFront, QStringLiteral("Bring to front"),
-                    QStringLiteral("bring-to-front"), forward));
+                                        QStringLiteral("bring-to-front"), forward));
     menu.push_back(CanvasMenuItem::make(Action::bringForward, QStringLiteral("Bring forward"),
-                    QStringLiteral("bring-forward"), forward));
+                                        QStringLiteral("bring-forward"), forward));
     menu.push_back(CanvasMenuItem::make(Action::sendBackward, QStringLiteral("Send backward"),
-                    QStringLiteral("send-backward"), backward));
+                                        QStringLiteral("send-backward"), backward));
     CanvasMenuItem toBack = CanvasMenuItem::make(Action::sendToBack, QStringLiteral("Send to back"),
-                          QStringLiteral("send-to-back"), backward);
+                                                 QStringLiteral("send-to-back"), backward);
     toBack.separatorAfter = true;
     menu.push_back(toBack);
 
@@ -241,11 +241,12 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
                                          QStringLiteral("Triangle (both ends)"),
                                          QStringLiteral("Dot"), QStringLiteral("Dot (both ends)"),
                                          QStringLiteral("Line (no caps)")};
-        CanvasMenuItem arrowStyle = CanvasMenuItem::make(Action::arrowStyle, QStringLiteral("Arrow style"),
-                                  QStringLiteral("arrow-style"));
+        CanvasMenuItem arrowStyle = CanvasMenuItem::make(
+            Action::arrowStyle, QStringLiteral("Arrow style"), QStringLiteral("arrow-style"));
         const ArrowEndCap current = std::get<ArrowAnnotation>(selected.front()).endCap;
         for (ArrowEndCap cap : allCases<ArrowEndCap>()) {
-            CanvasMenuItem item = CanvasMenuItem::make(Action::applyArrowEndCap, QString(), rawValue(cap));
+            CanvasMenuItem item =
+                CanvasMenuItem::make(Action::applyArrowEndCap, QString(), rawValue(cap));
             item.argument = static_cast<int>(cap);
             item.toolTip = labels[static_cast<int>(cap)];
             item.checked = cap == current;
@@ -258,26 +259,28 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
 
     const bool anyUnlocked = std::any_of(selected.begin(), selected.end(),
                                          [](const Annotation& a) { return !isLocked(a); });
-    CanvasMenuItem lock = CanvasMenuItem::make(Action::toggleLock,
-                        anyUnlocked ? QStringLiteral("Lock") : QStringLiteral("Unlock"),
-                        anyUnlocked ? QStringLiteral("lock") : QStringLiteral("unlock"));
+    CanvasMenuItem lock = CanvasMenuItem::make(
+        Action::toggleLock, anyUnlocked ? QStringLiteral("Lock") : QStringLiteral("Unlock"),
+        anyUnlocked ? QStringLiteral("lock") : QStringLiteral("unlock"));
     lock.separatorAfter = true;
     menu.push_back(lock);
 
-    menu.push_back(CanvasMenuItem::make(Action::saveStyleAsPreset, QStringLiteral("Save style preset"),
-                    QStringLiteral("bookmark"), selected.size() == 1));
+    menu.push_back(CanvasMenuItem::make(Action::saveStyleAsPreset,
+                                        QStringLiteral("Save style preset"),
+                                        QStringLiteral("bookmark"), selected.size() == 1));
     m_menuPresets.clear();
     if (selected.size() == 1 && presetsForTool) {
         m_menuPresets = presetsForTool(toolFor(selected.front()));
         if (!m_menuPresets.empty()) {
-            CanvasMenuItem apply = CanvasMenuItem::make(Action::none, QStringLiteral("Apply style preset"),
-                                 QStringLiteral("palette"));
+            CanvasMenuItem apply = CanvasMenuItem::make(
+                Action::none, QStringLiteral("Apply style preset"), QStringLiteral("palette"));
             for (size_t i = 0; i < m_menuPresets.size(); ++i) {
                 const PresetEntry& preset = m_menuPresets[i];
-                CanvasMenuItem item = CanvasMenuItem::make(Action::applyStylePreset,
-                                    QLocale::c().toString(preset.savedAt.toLocalTime(),
-                                                          QStringLiteral("M/d, h:mm AP")),
-                                    QString());
+                CanvasMenuItem item =
+                    CanvasMenuItem::make(Action::applyStylePreset,
+                                         QLocale::c().toString(preset.savedAt.toLocalTime(),
+                                                               QStringLiteral("M/d, h:mm AP")),
+                                         QString());
                 item.argument = static_cast<int>(i);
                 item.enabled = !matchesStyle(selected.front(), preset.style);
                 apply.submenu.push_back(item);
@@ -287,7 +290,7 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
     }
     menu.back().separatorAfter = true;
     menu.push_back(CanvasMenuItem::make(Action::mergeIntoImage, QStringLiteral("Merge into image"),
-                    QStringLiteral("merge"), !selected.empty()));
+                                        QStringLiteral("merge"), !selected.empty()));
     redisplay();
     return menu;
 }

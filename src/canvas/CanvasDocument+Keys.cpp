@@ -92,8 +92,8 @@ bool CanvasDocument::keyPress(int key, Qt::KeyboardModifiers modifiers, const QS
         }
         return true;
     }
-    const bool plain = !(modifiers & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier |
-                                      Qt::MetaModifier));
+    const bool plain = !(
+        modifiers & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
     if (plain && !editing && text.size() == 1) {
         if (const auto tool = toolForLetter(text.front())) {
             if (onRequestTool) {

@@ -218,8 +218,8 @@ void CanvasDocument::drawingMouseDragged(QPointF point, Qt::KeyboardModifiers mo
             m_shiftPreviewPoint = point;
         } else {
             if (m_shiftAnchorPoint) {
-                const QPointF end = geometry::snapAngle(*m_shiftAnchorPoint,
-                                                        m_shiftPreviewPoint.value_or(point));
+                const QPointF end =
+                    geometry::snapAngle(*m_shiftAnchorPoint, m_shiftPreviewPoint.value_or(point));
                 m_activePath->lineTo(end);
                 m_lastBrushPoint = end;
                 m_shiftAnchorPoint.reset();
@@ -269,8 +269,8 @@ void CanvasDocument::drawingMouseUp(QPointF point, Qt::KeyboardModifiers modifie
     case Tool::draw:
         if (m_activePath) {
             if (m_shiftAnchorPoint) {
-                m_activePath->lineTo(geometry::snapAngle(*m_shiftAnchorPoint,
-                                                         m_shiftPreviewPoint.value_or(point)));
+                m_activePath->lineTo(
+                    geometry::snapAngle(*m_shiftAnchorPoint, m_shiftPreviewPoint.value_or(point)));
             }
             if (m_activePath->elementCount() > 1) {
                 finishCreation(makeStroke(*m_activePath, style), QStringLiteral("Draw Stroke"));

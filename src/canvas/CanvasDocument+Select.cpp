@@ -59,7 +59,8 @@ void CanvasDocument::selectMouseDown(QPointF point, Qt::KeyboardModifiers modifi
         const bool hitSelected = std::any_of(hits.begin(), hits.end(),
                                              [this](int i) { return m_selected.count(i) > 0; });
         const auto bounds = selectionBounds();
-        if (hitSelected || (bounds && geometry::containsClosed(bounds->adjusted(-3, -3, 3, 3), point))) {
+        if (hitSelected ||
+            (bounds && geometry::containsClosed(bounds->adjusted(-3, -3, 3, 3), point))) {
             MoveMultipleDrag drag{point, {}};
             for (int i : m_selected) {
                 if (validIndex(i)) {
@@ -117,8 +118,19 @@ void CanvasDocument::selectMouseDragged(QPointF point, Qt::KeyboardModifiers mod
         return;
     }
     const bool shift = modifiers.testFlag(Qt::ShiftModifier);
-    const auto store = [this](int index, Annotation annotation) {
+    // Only the old and new places of what moved (with their chrome) need repainting.
+    std::optional<QRectF> damage;
+    const auto damaged = [this, &damage](const Annotation& a) {
+        const double margin = 16 * zoom + 14;
+        QRectF r = kindOf(a) == AnnotationKind::text ? geometry::bounds(a).normalized()
+                                                     : render::paintedExtent(a);
+        r.adjust(-margin, -margin, margin, margin);
+        damage = damage ? geometry::unite(*damage, r) : r;
+    };
+    const auto store = [this, &damaged](int index, Annotation annotation) {
         if (validIndex(index) && !isLocked(m_annotations[static_cast<size_t>(index)])) {
+            damaged(m_annotations[static_cast<size_t>(index)]);
+            damaged(annotation);
             m_annotations[static_cast<size_t>(index)] = std::move(annotation);
             m_hasDraggedAnnotation = true;
         }
@@ -159,13 +171,12 @@ void CanvasDocument::selectMouseDragged(QPointF point, Qt::KeyboardModifiers mod
         onSelectionGeometryChanged(selected.size() == 1 ? std::optional(selected.front())
                                                         : std::nullopt);
     }
-    redisplay();
+    redisplay(damage);
 }
 
 void CanvasDocument::selectMouseUp() {
-    if (m_selectionDragRect &&
-        (m_selectionDragRect->width() > minimumBandSide ||
-         m_selectionDragRect->height() > minimumBandSide)) {
+    if (m_selectionDragRect && (m_selectionDragRect->width() > minimumBandSide ||
+                                m_selectionDragRect->height() > minimumBandSide)) {
         std::set<int> inside;
         for (int i = 0; i < static_cast<int>(m_annotations.size()); ++i) {
             if (intersectsClosed(geometry::bounds(m_annotations[static_cast<size_t>(i)]),
@@ -315,8 +326,9 @@ void CanvasDocument::moveSelectionInOrder(bool up, bool toEnd) {
             selection = std::move(next);
         }
     }
-    const QString name = up ? (toEnd ? QStringLiteral("Bring to Front") : QStringLiteral("Bring Forward"))
-                            : (toEnd ? QStringLiteral("Send to Back") : QStringLiteral("Send Backward"));
+    const QString name =
+        up ? (toEnd ? QStringLiteral("Bring to Front") : QStringLiteral("Bring Forward"))
+           : (toEnd ? QStringLiteral("Send to Back") : QStringLiteral("Send Backward"));
     replaceAnnotations(std::move(list), name);
     setSelection(std::move(selection));
 }

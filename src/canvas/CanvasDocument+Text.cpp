@@ -11,7 +11,8 @@ QFont CanvasDocument::textFont(const QPaintDevice* device) const {
                              device);
 }
 
-void CanvasDocument::beginEditing(const QRectF& rect, const QString& text, std::optional<int> index) {
+void CanvasDocument::beginEditing(const QRectF& rect, const QString& text,
+                                  std::optional<int> index) {
     if (index && validIndex(*index)) {
         // The toolbar shows the style of the box being edited.
         const auto& a = std::get<TextAnnotation>(m_annotations[static_cast<size_t>(*index)]);
@@ -82,8 +83,8 @@ void CanvasDocument::commitTextEditing(bool cancel) {
     const double padding = std::max(style.textPadding, 0.0);
     if (!cancel && !trimmed.isEmpty()) {
         const double width = std::max(editing.outerRect.width() - 2 * padding, 1.0);
-        const double used = std::ceil(
-            TextBoxLayout::height(editing.text, textFont(), width, style.alignment));
+        const double used =
+            std::ceil(TextBoxLayout::height(editing.text, textFont(), width, style.alignment));
         const QRectF rect(editing.outerRect.x(), editing.outerRect.y(), editing.outerRect.width(),
                           used + 2 * padding);
         // Edited or new, the box is rebuilt from the current style: a new ID and no lock.

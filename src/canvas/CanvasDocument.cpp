@@ -1,4 +1,5 @@
 #include "CanvasDocument.h"
+
 #include "model/AnnotationGeometry.h"
 
 #include <QUndoCommand>
@@ -12,8 +13,11 @@ class ListChange final : public QUndoCommand {
 public:
     ListChange(std::function<void(AnnotationList)> assign, AnnotationList before,
                AnnotationList after, const QString& name, bool alreadyApplied)
-        : QUndoCommand(name), m_assign(std::move(assign)), m_before(std::move(before)),
-          m_after(std::move(after)), m_skipFirstRedo(alreadyApplied) {}
+        : QUndoCommand(name)
+        , m_assign(std::move(assign))
+        , m_before(std::move(before))
+        , m_after(std::move(after))
+        , m_skipFirstRedo(alreadyApplied) {}
 
     void undo() override { m_assign(m_before); }
     void redo() override {

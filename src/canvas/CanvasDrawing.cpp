@@ -68,7 +68,7 @@ void drawCanvas(QPainter& painter, const CanvasSnapshot& c) {
     if (!c.showsAnnotations) {
         return;
     }
-    drawAnnotations(painter, c.annotations, std::nullopt, c.editingTextIndex);
+    drawAnnotations(painter, c.annotations, std::nullopt, c.editingTextIndex, c.dirtyArea);
 
     if (c.dragRect && (c.activeTool == Tool::rect || c.activeTool == Tool::oval)) {
         drawShapePreview(painter, c);

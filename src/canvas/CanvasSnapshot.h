@@ -52,6 +52,8 @@ struct CanvasSnapshot {
     double zoom = 1;
     /// The scroll view's visible rectangle, or the canvas bounds without a scroll view.
     QRectF visibleRect;
+    /// The part of the canvas being repainted; annotations that cannot reach it are skipped.
+    std::optional<QRectF> dirtyArea;
 };
 
 } // namespace vellumix

@@ -1,0 +1,112 @@
+#include "AnnotationCanvasView.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QKeyEvent>
+#include <QScrollBar>
+#include <QTextBlock>
+
+namespace vellumix {
+
+namespace {
+
+Qt::Alignment qtAlignment(TextAlignment alignment) {
+    switch (alignment) {
+    case TextAlignment::center:
+        return Qt::AlignHCenter;
+    case TextAlignment::right:
+        return Qt::AlignRight;
+    case TextAlignment::left:
+        break;
+    }
+    return Qt::AlignLeft;
+}
+
+} // namespace
+
+AnnotationTextView::AnnotationTextView(AnnotationCanvasView* canvas)
+    : QTextEdit(canvas), m_canvas(canvas) {
+    setAcceptRichText(false);
+    setFrameStyle(QFrame::NoFrame);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setLineWrapMode(QTextEdit::WidgetWidth);
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    viewport()->setAutoFillBackground(false);
+    setAutoFillBackground(false);
+    setStyleSheet(QStringLiteral("QTextEdit { background: transparent; }"));
+    document()->setDocumentMargin(0);
+}
+
+void AnnotationTextView::keyPressEvent(QKeyEvent* event) {
+    // Escape is the only command taken from the editor; Return inserts a line break.
+    if (event->key() == Qt::Key_Escape) {
+        m_canvas->m_document.escapeFromTextEditor();
+        return;
+    }
+    QTextEdit::keyPressEvent(event);
+}
+
+void AnnotationTextView::focusOutEvent(QFocusEvent* event) {
+    QTextEdit::focusOutEvent(event);
+    // Losing focus to a popup (a context menu) is not the end of editing.
+    if (event->reason() != Qt::PopupFocusReason) {
+        m_canvas->m_document.commitTextEditing(false);
+    }
+}
+
+void AnnotationCanvasView::openTextEditor() {
+    const auto session = m_document.session();
+    if (!session) {
+        return;
+    }
+    delete m_textView;
+    m_textView = new AnnotationTextView(this);
+    QFont font = session->font;
+    // The editor draws on the screen; the font keeps its size in canvas units there.
+    font.setPointSizeF(font.pointSizeF() * 72.0 / logicalDpiY() * m_magnification);
+    m_textView->setFont(font);
+    QPalette colors = m_textView->palette();
+    colors.setColor(QPalette::Text, session->color);
+    m_textView->setPalette(colors);
+    m_textView->setTextColor(session->color);
+    m_textView->setPlainText(session->text);
+    QTextCursor cursor(m_textView->document());
+    cursor.select(QTextCursor::Document);
+    QTextBlockFormat block;
+    block.setAlignment(qtAlignment(session->alignment));
+    cursor.mergeBlockFormat(block);
+    m_textView->setAlignment(qtAlignment(session->alignment));
+    if (!session->selectAll) {
+        cursor.clearSelection();
+        cursor.movePosition(QTextCursor::End);
+    }
+    m_textView->setTextCursor(cursor);
+    m_textView->setGeometry(toWidget(session->editorFrame).toAlignedRect());
+    connect(m_textView, &QTextEdit::textChanged, this, [this] { editorTextChanged(); });
+    m_textView->show();
+    m_textView->setFocus(Qt::OtherFocusReason);
+}
+
+void AnnotationCanvasView::editorTextChanged() {
+    if (!m_textView) {
+        return;
+    }
+    if (const auto height = m_document.textDidChange(m_textView->toPlainText())) {
+        QRect frame = m_textView->geometry();
+        frame.setHeight(static_cast<int>(std::ceil(*height * m_magnification)));
+        m_textView->setGeometry(frame);
+    }
+}
+
+void AnnotationCanvasView::closeTextEditor() {
+    if (!m_textView) {
+        return;
+    }
+    AnnotationTextView* view = m_textView;
+    m_textView = nullptr;
+    view->hide();
+    view->deleteLater();
+    setFocus(Qt::OtherFocusReason);
+}
+
+} // namespace vellumix

@@ -1,0 +1,47 @@
+#include "AnnotationCanvasView.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+// The menu icons live in the UI library's resources, which a static library must register
+// itself (from the global namespace, where the resource functions are declared).
+static void registerUiResources() {
+    static const bool registered = [] {
+        Q_INIT_RESOURCE(ui);
+        return true;
+    }();
+    (void)registered;
+}
+
+namespace vellumix {
+
+AnnotationCanvasView::AnnotationCanvasView(QWidget* parent) : QWidget(parent) {
+    registerUiResources();
+    setMouseTracking(true);
+    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_OpaquePaintEvent, false);
+    setAutoFillBackground(false);
+
+    m_document.onNeedsDisplay = [this](std::optional<QRectF> area) { scheduleRepaint(area); };
+    m_document.onCanvasSizeChanged = [this](QSizeF size) { canvasSizeDidChange(size); };
+    m_document.onTextEditingStarted = [this] { openTextEditor(); };
+    m_document.onTextEditingEnded = [this] { closeTextEditor(); };
+    m_document.clipboardImage = [] {
+        const QClipboard* clipboard = QGuiApplication::clipboard();
+        return clipboard ? clipboard->image() : QImage();
+    };
+    canvasSizeDidChange(m_document.canvasSize());
+    updateCursor();
+}
+
+AnnotationCanvasView::~AnnotationCanvasView() {
+    // The editor's focus-out must not commit into a document being destroyed.
+    m_document.onTextEditingEnded = nullptr;
+    delete m_textView;
+}
+
+QTextEdit* AnnotationCanvasView::textEditor() const {
+    return m_textView;
+}
+
+} // namespace vellumix
