@@ -41,6 +41,8 @@ void AnnotationCanvasView::canvasSizeDidChange(QSizeF) {
 }
 
 void AnnotationCanvasView::scheduleRepaint(std::optional<QRectF> canvasArea) {
+    // Tool changes arrive as repaints too; the cursor follows the tool.
+    updateCursor();
     if (canvasArea) {
         update(toWidget(*canvasArea).toAlignedRect().adjusted(-2, -2, 2, 2));
     } else {

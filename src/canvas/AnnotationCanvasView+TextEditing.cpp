@@ -61,23 +61,12 @@ void AnnotationCanvasView::openTextEditor() {
     }
     delete m_textView;
     m_textView = new AnnotationTextView(this);
-    QFont font = session->font;
-    // The editor draws on the screen; the font keeps its size in canvas units there.
-    font.setPointSizeF(font.pointSizeF() * 72.0 / logicalDpiY() * m_magnification);
-    m_textView->setFont(font);
-    QPalette colors = m_textView->palette();
-    colors.setColor(QPalette::Text, session->color);
-    m_textView->setPalette(colors);
-    m_textView->setTextColor(session->color);
     m_textView->setPlainText(session->text);
+    applyEditorStyle(*session);
     QTextCursor cursor(m_textView->document());
-    cursor.select(QTextCursor::Document);
-    QTextBlockFormat block;
-    block.setAlignment(qtAlignment(session->alignment));
-    cursor.mergeBlockFormat(block);
-    m_textView->setAlignment(qtAlignment(session->alignment));
-    if (!session->selectAll) {
-        cursor.clearSelection();
+    if (session->selectAll) {
+        cursor.select(QTextCursor::Document);
+    } else {
         cursor.movePosition(QTextCursor::End);
     }
     m_textView->setTextCursor(cursor);
@@ -85,6 +74,29 @@ void AnnotationCanvasView::openTextEditor() {
     connect(m_textView, &QTextEdit::textChanged, this, [this] { editorTextChanged(); });
     m_textView->show();
     m_textView->setFocus(Qt::OtherFocusReason);
+}
+
+void AnnotationCanvasView::applyEditorStyle(const TextEditSession& session) {
+    QFont font = session.font;
+    // The editor draws on the screen; the font keeps its size in canvas units there.
+    font.setPointSizeF(font.pointSizeF() * 72.0 / logicalDpiY() * m_magnification);
+    m_textView->setFont(font);
+    QPalette colors = m_textView->palette();
+    colors.setColor(QPalette::Text, session.color);
+    m_textView->setPalette(colors);
+    // The whole text and the typing attributes carry the style.
+    const QSignalBlocker quiet(m_textView);
+    QTextCursor all(m_textView->document());
+    all.select(QTextCursor::Document);
+    QTextCharFormat characters;
+    characters.setFont(font);
+    characters.setForeground(session.color);
+    all.mergeCharFormat(characters);
+    QTextBlockFormat block;
+    block.setAlignment(qtAlignment(session.alignment));
+    all.mergeBlockFormat(block);
+    m_textView->setCurrentCharFormat(characters);
+    m_textView->setAlignment(qtAlignment(session.alignment));
 }
 
 void AnnotationCanvasView::editorTextChanged() {

@@ -26,6 +26,11 @@ AnnotationCanvasView::AnnotationCanvasView(QWidget* parent) : QWidget(parent) {
     m_document.onCanvasSizeChanged = [this](QSizeF size) { canvasSizeDidChange(size); };
     m_document.onTextEditingStarted = [this] { openTextEditor(); };
     m_document.onTextEditingEnded = [this] { closeTextEditor(); };
+    m_document.onTextEditingStyleChanged = [this] {
+        if (const auto session = m_document.session(); session && m_textView) {
+            applyEditorStyle(*session);
+        }
+    };
     m_document.clipboardImage = [] {
         const QClipboard* clipboard = QGuiApplication::clipboard();
         return clipboard ? clipboard->image() : QImage();

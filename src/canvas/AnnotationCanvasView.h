@@ -60,6 +60,7 @@ private:
     QMenu* buildMenu(const std::vector<CanvasMenuItem>& items, QWidget* parent);
     // +TextEditing
     void openTextEditor();
+    void applyEditorStyle(const TextEditSession& session);
     void closeTextEditor();
     void editorTextChanged();
 

@@ -120,6 +120,9 @@ void CanvasDocument::escapeFromTextEditor() {
 }
 
 void CanvasDocument::styleDidChange() {
+    if (m_textEditing && onTextEditingStyleChanged) {
+        onTextEditingStyleChanged();
+    }
     redisplay();
 }
 

@@ -222,6 +222,8 @@ public:
     std::function<void(QSizeF)> onCanvasSizeChanged;
     std::function<void()> onTextEditingStarted;
     std::function<void()> onTextEditingEnded;
+    /// The text style changed while a box is being edited: the editor takes the new style.
+    std::function<void()> onTextEditingStyleChanged;
     /// Services: the system clipboard's image, and the saved presets of a tool.
     std::function<QImage()> clipboardImage;
     std::function<std::vector<PresetEntry>(Tool)> presetsForTool;

@@ -64,7 +64,7 @@ TEST_F(CanvasViewTest, DrawsEachKindWithItsTool) {
     EXPECT_EQ(view.document().undoStack().undoText(), QStringLiteral("Draw Stroke"));
 
     view.document().setActiveTool(Tool::text);
-    EXPECT_EQ(view.cursor().shape(), Qt::ArrowCursor); // updated on the next event
+    EXPECT_EQ(view.cursor().shape(), Qt::IBeamCursor);
     QTest::mousePress(&view, Qt::LeftButton, {}, {60, 220});
     moveWithButton(&view, {260, 280});
     EXPECT_EQ(view.cursor().shape(), Qt::CrossCursor);
