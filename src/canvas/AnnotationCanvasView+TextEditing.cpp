@@ -1,4 +1,5 @@
 #include "AnnotationCanvasView.h"
+#include "TextLayout.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QKeyEvent>
@@ -6,22 +7,6 @@
 #include <QTextBlock>
 
 namespace vellumix {
-
-namespace {
-
-Qt::Alignment qtAlignment(TextAlignment alignment) {
-    switch (alignment) {
-    case TextAlignment::center:
-        return Qt::AlignHCenter;
-    case TextAlignment::right:
-        return Qt::AlignRight;
-    case TextAlignment::left:
-        break;
-    }
-    return Qt::AlignLeft;
-}
-
-} // namespace
 
 AnnotationTextView::AnnotationTextView(AnnotationCanvasView* canvas)
     : QTextEdit(canvas), m_canvas(canvas) {

@@ -190,11 +190,7 @@ void CanvasDocument::nudge(double dx, double dy) {
         return;
     }
     replaceAnnotations(std::move(list), QStringLiteral("Nudge"));
-    if (onSelectionGeometryChanged) {
-        const auto selected = selectedAnnotations();
-        onSelectionGeometryChanged(selected.size() == 1 ? std::optional(selected.front())
-                                                        : std::nullopt);
-    }
+    reportSelectionGeometry();
 }
 
 // --- Context menu ------------------------------------------------------------------------------

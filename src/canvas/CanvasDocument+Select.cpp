@@ -166,11 +166,7 @@ void CanvasDocument::selectMouseDragged(QPointF point, Qt::KeyboardModifiers mod
     if (moving && onSelectionMoveChanged) {
         onSelectionMoveChanged(bounds ? std::optional(bounds->topLeft()) : std::nullopt);
     }
-    if (onSelectionGeometryChanged) {
-        const auto selected = selectedAnnotations();
-        onSelectionGeometryChanged(selected.size() == 1 ? std::optional(selected.front())
-                                                        : std::nullopt);
-    }
+    reportSelectionGeometry();
     redisplay(damage);
 }
 
@@ -216,11 +212,7 @@ void CanvasDocument::selectMouseUp() {
     if (wasMove && onSelectionMoveChanged) {
         onSelectionMoveChanged(std::nullopt);
     }
-    if (onSelectionGeometryChanged) {
-        const auto selected = selectedAnnotations();
-        onSelectionGeometryChanged(selected.size() == 1 ? std::optional(selected.front())
-                                                        : std::nullopt);
-    }
+    reportSelectionGeometry();
     redisplay();
 }
 

@@ -127,7 +127,12 @@ void CanvasDocument::selectionDidChange() {
     if (onSelectionChanged) {
         onSelectionChanged(selected);
     }
+    reportSelectionGeometry();
+}
+
+void CanvasDocument::reportSelectionGeometry() {
     if (onSelectionGeometryChanged) {
+        const auto selected = selectedAnnotations();
         onSelectionGeometryChanged(selected.size() == 1 ? std::optional(selected.front())
                                                         : std::nullopt);
     }

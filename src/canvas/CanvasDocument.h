@@ -238,6 +238,7 @@ private:
 
     void assignAnnotations(AnnotationList list);
     void selectionDidChange();
+    void reportSelectionGeometry();
     void redisplay(std::optional<QRectF> area = std::nullopt);
     void updateCanvasSize();
     void resetDrawingState();

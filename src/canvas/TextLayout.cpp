@@ -9,18 +9,6 @@ namespace vellumix {
 
 namespace {
 
-Qt::Alignment qtAlignment(TextAlignment alignment) {
-    switch (alignment) {
-    case TextAlignment::center:
-        return Qt::AlignHCenter;
-    case TextAlignment::right:
-        return Qt::AlignRight;
-    case TextAlignment::left:
-        break;
-    }
-    return Qt::AlignLeft;
-}
-
 // QTextLayout breaks lines only at line separators; paragraphs become separators so that one
 // layout holds the whole text.
 QString withLineSeparators(QString text) {
@@ -67,6 +55,18 @@ const QPaintDevice* measuringDevice(const QPaintDevice* device) {
 }
 
 } // namespace
+
+Qt::Alignment qtAlignment(TextAlignment alignment) {
+    switch (alignment) {
+    case TextAlignment::center:
+        return Qt::AlignHCenter;
+    case TextAlignment::right:
+        return Qt::AlignRight;
+    case TextAlignment::left:
+        break;
+    }
+    return Qt::AlignLeft;
+}
 
 QFont fontInCanvasUnits(QFont font, double size, const QPaintDevice* device) {
     // One canvas unit is one point at 72 dpi; Qt converts point sizes with the device's dpi.

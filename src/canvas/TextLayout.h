@@ -9,6 +9,9 @@
 
 namespace vellumix {
 
+/// The Qt alignment flag for a text alignment.
+Qt::Alignment qtAlignment(TextAlignment alignment);
+
 /// A font whose size is given in canvas units (one point per unit, as in the stored model),
 /// converted for the paint device it will be measured or drawn on.
 QFont fontInCanvasUnits(QFont font, double size, const QPaintDevice* device);
