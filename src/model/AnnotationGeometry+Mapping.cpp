@@ -24,7 +24,13 @@ AnnotationList mapAnnotations(const AnnotationList& annotations, const QRectF& f
             [&](auto& a) {
                 using T = std::decay_t<decltype(a)>;
                 if constexpr (std::is_same_v<T, StrokeAnnotation>) {
-                    a.path = t.map(a.path);
+                    // Moving the points of a copy keeps the path's storage in one piece,
+                    // several times faster than building a mapped path.
+                    for (int i = 0; i < a.path.elementCount(); ++i) {
+                        const QPainterPath::Element e = a.path.elementAt(i);
+                        const QPointF p = t.map(QPointF(e.x, e.y));
+                        a.path.setElementPositionAt(i, p.x(), p.y());
+                    }
                 } else if constexpr (std::is_same_v<T, ArrowAnnotation>) {
                     a.start = t.map(a.start);
                     a.end = t.map(a.end);
