@@ -1,11 +1,15 @@
 #include "BundleTool.h"
 
+#include "ai/AICanvasCommander.h"
+#include "ai/AIContext.h"
 #include "canvas/AnnotationRenderer.h"
+#include "canvas/CanvasDocument.h"
 #include "model/CodableAnnotation.h"
 #include "model/ProjectBundle.h"
 #include "platform/BundleServices.h"
 #include "platform/FastPngEncoder.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 
@@ -19,7 +23,10 @@ constexpr int usageError = 2;
 const char* const usageText =
     "usage: vellumix-bundle create IMAGE BUNDLE\n"
     "       vellumix-bundle info BUNDLE\n"
-    "       vellumix-bundle render BUNDLE OUT.png [--transparent] [--no-annotations]";
+    "       vellumix-bundle render BUNDLE OUT.png [--transparent] [--no-annotations]\n"
+    "       vellumix-bundle apply BUNDLE DIRECTIVES.json\n"
+    "       vellumix-bundle context BUNDLE --route question|annotationEdit|imageEdit "
+    "[--query TEXT] [--analysis ANALYSIS.json]";
 
 int fail(QTextStream& err, const QString& message) {
     err << "vellumix-bundle: " << message << Qt::endl;
@@ -88,6 +95,166 @@ int renderBundle(const QStringList& args, QTextStream& err) {
     return 0;
 }
 
+std::optional<nlohmann::json> readJsonFile(const QString& path, QTextStream& err) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        fail(err, QStringLiteral("cannot read %1").arg(path));
+        return std::nullopt;
+    }
+    const QByteArray data = file.readAll();
+    try {
+        return nlohmann::json::parse(data.begin(), data.end());
+    } catch (const nlohmann::json::exception&) {
+        fail(err, QStringLiteral("%1 is not valid JSON").arg(path));
+        return std::nullopt;
+    }
+}
+
+// The canvas of a bundle: its image and annotations, the default toolbar style, no selection.
+bool loadCanvas(const QString& bundlePath, CanvasDocument& canvas, QTextStream& err) {
+    const QImage image = bundle::readImage(bundlePath);
+    if (!QFileInfo(bundlePath).isDir() || image.isNull()) {
+        fail(err, QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
+        return false;
+    }
+    canvas.setImage(image);
+    canvas.setAnnotationsWithoutUndo(bundle::loadAnnotations(bundlePath));
+    return true;
+}
+
+int applyDirectives(const QString& bundlePath, const QString& directivesPath, QTextStream& out,
+                    QTextStream& err) {
+    CanvasDocument canvas;
+    if (!loadCanvas(bundlePath, canvas, err)) {
+        return failure;
+    }
+    const auto json = readJsonFile(directivesPath, err);
+    if (!json) {
+        return failure;
+    }
+    if (!json->is_array()) {
+        return fail(err,
+                    QStringLiteral("%1 is not a JSON array of directives").arg(directivesPath));
+    }
+    const QtFontCatalogue fonts;
+    std::vector<AICanvasCommand> commands;
+    for (const nlohmann::json& element : *json) {
+        if (auto command = makeCommand(AICanvasDirectivePublic::fromJson(element), fonts)) {
+            commands.push_back(std::move(*command));
+        }
+    }
+    const QString action = AICanvasCommander::batchActionName(commands);
+    const AICommandResult result = AICanvasCommander::apply(commands, action, canvas);
+    const bool changed =
+        !result.created.empty() || !result.deleted.empty() || !result.updated.empty();
+    if (changed) {
+        const Status saved =
+            bundle::writeAnnotations(canvas.annotations(), bundlePath, platformBundleServices());
+        const Status previews = saved ? bundle::writePreviews(canvas.image(), canvas.annotations(),
+                                                              bundlePath, platformBundleServices())
+                                      : saved;
+        if (!previews) {
+            return fail(err, QStringLiteral("Save failed: ") + previews.error().message);
+        }
+    }
+    out << action << '\n' << result.summary << Qt::endl;
+    return 0;
+}
+
+std::optional<VisionAnalysis> readAnalysis(const nlohmann::json& o) {
+    if (!o.is_object()) {
+        return std::nullopt;
+    }
+    const auto rectOf = [](const nlohmann::json& r) -> std::optional<QRectF> {
+        if (!r.is_array() || r.size() != 4) {
+            return std::nullopt;
+        }
+        for (const auto& v : r) {
+            if (!v.is_number()) {
+                return std::nullopt;
+            }
+        }
+        return QRectF(r[0].get<double>(), r[1].get<double>(), r[2].get<double>(),
+                      r[3].get<double>());
+    };
+    VisionAnalysis analysis;
+    for (const auto& label : o.value("classifications", nlohmann::json::array())) {
+        if (label.is_string()) {
+            analysis.classifications << QString::fromStdString(label.get<std::string>());
+        }
+    }
+    for (const auto& line : o.value("lines", nlohmann::json::array())) {
+        const auto rect =
+            line.is_object() ? rectOf(line.value("rect", nlohmann::json())) : std::nullopt;
+        if (!rect || !line.value("text", nlohmann::json()).is_string()) {
+            return std::nullopt;
+        }
+        const QString size =
+            QString::fromStdString(line.value("relativeSize", std::string("regular")));
+        analysis.lines.push_back({QString::fromStdString(line["text"].get<std::string>()), *rect,
+                                  parseEnum<OCRLineSize>(size).value_or(OCRLineSize::regular)});
+    }
+    for (const auto& region : o.value("salientRegions", nlohmann::json::array())) {
+        const auto rect =
+            region.is_object() ? rectOf(region.value("rect", nlohmann::json())) : std::nullopt;
+        const auto confidence =
+            region.is_object() ? region.value("confidence", nlohmann::json()) : nlohmann::json();
+        if (!rect || !confidence.is_number()) {
+            return std::nullopt;
+        }
+        analysis.salientRegions.push_back({*rect, confidence.get<float>()});
+    }
+    return analysis;
+}
+
+int printContext(const QStringList& args, QTextStream& out, QTextStream& err) {
+    std::optional<QueryRoute> route;
+    QString query;
+    std::optional<VisionAnalysis> analysis;
+    for (qsizetype i = 1; i < args.size(); ++i) {
+        const QString& flag = args[i];
+        if (i + 1 >= args.size()) {
+            return usage(err);
+        }
+        const QString value = args[++i];
+        if (flag == u"--route") {
+            const auto decoded = decodeQueryRoute(value);
+            if (!decoded) {
+                return fail(err, decoded.error().message);
+            }
+            route = *decoded;
+        } else if (flag == u"--query") {
+            query = value;
+        } else if (flag == u"--analysis") {
+            const auto json = readJsonFile(value, err);
+            if (!json) {
+                return failure;
+            }
+            analysis = readAnalysis(*json);
+            if (!analysis) {
+                return fail(err, QStringLiteral("%1 is not an image analysis").arg(value));
+            }
+        } else {
+            return usage(err);
+        }
+    }
+    if (!route) {
+        return usage(err);
+    }
+    CanvasDocument canvas;
+    if (!loadCanvas(args[0], canvas, err)) {
+        return failure;
+    }
+    AIContext::Inputs inputs;
+    inputs.imageSize = canvas.image().size();
+    inputs.annotations = &canvas.annotations();
+    inputs.imageRect = canvas.imageRect();
+    inputs.analysis = analysis;
+    inputs.query = query;
+    out << AIContext::build(*route, inputs).summary << Qt::endl;
+    return 0;
+}
+
 } // namespace
 
 int runBundleTool(const QStringList& arguments, QTextStream& out, QTextStream& err) {
@@ -104,6 +271,12 @@ int runBundleTool(const QStringList& arguments, QTextStream& out, QTextStream& e
     }
     if (command == u"render" && args.size() >= 2) {
         return renderBundle(args, err);
+    }
+    if (command == u"apply" && args.size() == 2) {
+        return applyDirectives(args[0], args[1], out, err);
+    }
+    if (command == u"context" && args.size() >= 3) {
+        return printContext(args, out, err);
     }
     return usage(err);
 }
