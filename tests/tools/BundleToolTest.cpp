@@ -114,3 +114,71 @@ TEST_F(BundleToolTest, CommandLineBinaryReportsFailuresWithoutCrashing) {
     EXPECT_EQ(process.exitCode(), 1);
     EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()).count('\n'), 1);
 }
+
+TEST_F(BundleToolTest, ApplyDrawsUpdatesAndDeletesAsDirectivesAsk) {
+    ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
+    const QString directives = dir.filePath("d.json");
+    const auto write = [&](const QByteArray& text) {
+        QFile f(directives);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(text);
+    };
+    write(R"([{"shouldDraw":true,"kind":"shape","shape":"rect","x":10,"y":10,"width":50,"height":30,
+               "color":"blue","cornerRadius":-1,"opacity":-1,"summary":"box"},
+              {"shouldDraw":true,"kind":"text","x":5,"y":50,"text":"Hi","cornerRadius":-1,"opacity":-1},
+              {"shouldDraw":false,"summary":"unclear"}])");
+    ToolRun r = run({"apply", bundlePath(), directives});
+    ASSERT_EQ(r.status, 0) << qPrintable(r.err);
+    EXPECT_EQ(r.out, QStringLiteral(
+                         "Add 2 Annotations (AI)\nAdded 2 annotations (rect × 1, text × 1).\n"));
+    const AnnotationList saved = bundle::loadAnnotations(bundlePath());
+    ASSERT_EQ(saved.size(), 2u);
+    const QString rectId = idOf(saved[0]).rawValue();
+    const QString textId = idOf(saved[1]).rawValue();
+
+    write(QStringLiteral(R"([{"shouldDraw":true,"operation":"update","targetId":"%1","color":"red",
+                              "cornerRadius":-1,"opacity":-1},
+                             {"shouldDraw":true,"operation":"delete","targetId":"%2"}])")
+              .arg(rectId, textId)
+              .toUtf8());
+    r = run({"apply", bundlePath(), directives});
+    EXPECT_EQ(r.out, QStringLiteral("Modify 2 Annotations (AI)\nRemoved 1, updated 1.\n"));
+    const AnnotationList after = bundle::loadAnnotations(bundlePath());
+    ASSERT_EQ(after.size(), 1u);
+    EXPECT_EQ(std::get<ShapeAnnotation>(after[0]).strokeColor, Color::rgb(0.9, 0.2, 0.2));
+
+    r = run({"context", bundlePath(), "--route", "annotationEdit"});
+    EXPECT_EQ(r.out, QStringLiteral("Image size: 120 × 80 px\nExisting annotations: 1\n  %1: rect "
+                                    "[10,10 50×30] stroke=#E63333\n")
+                         .arg(rectId));
+
+    write("[not json");
+    EXPECT_EQ(run({"apply", bundlePath(), directives}).status, 1);
+    EXPECT_EQ(run({"context", bundlePath(), "--route", "sideways"}).status, 1);
+    EXPECT_EQ(run({"apply", dir.filePath("missing.vellumix"), directives}).status, 1);
+}
+
+TEST_F(BundleToolTest, ContextTakesAnAnalysisFile) {
+    ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
+    const QString analysis = dir.filePath("a.json");
+    QFile f(analysis);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(R"({"classifications":["document"],"lines":[{"text":"Total due","rect":[4,5,60,12.5],
+              "relativeSize":"large"}],"salientRegions":[{"rect":[1,2,3,4],"confidence":0.5}]})");
+    f.close();
+    const ToolRun r = run({"context", bundlePath(), "--route", "question", "--analysis", analysis});
+    ASSERT_EQ(r.status, 0) << qPrintable(r.err);
+    EXPECT_EQ(r.out, QStringLiteral("Image size: 120 × 80 px\n"
+                                    "Image content (Vision classifications): document\n"
+                                    "Salient regions (Vision objectness, image-pixel coords):\n"
+                                    "  [1,2 3×4] confidence=0.50\n"
+                                    "Text recognized in image (Vision OCR, image-pixel coords; "
+                                    "size only when not regular):\n"
+                                    "  [4,5 60×13] \"Total due\" (large)\n"
+                                    "Annotations: 0\n"
+                                    "Selected annotations: 0\n"));
+    const ToolRun compact = run({"context", bundlePath(), "--route", "annotationEdit", "--query",
+                                 "circle the total", "--analysis", analysis});
+    EXPECT_TRUE(compact.out.contains(
+        "Text recognized in image (image-pixel coords):\n  [4,5 60×13] \"Total due\"\n"));
+}
