@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Fuzzes the annotations.json reader with libFuzzer (clang, ASan and UBSan) for a fixed time.
-# usage: bash scripts/fuzz.sh [seconds]   (default 60; findings land in build-fuzz/findings)
+# Fuzzes with libFuzzer (clang, ASan and UBSan) for a fixed time: the annotations.json reader
+# and the model-answer path (directives → commands → canvas).
+# usage: bash scripts/fuzz.sh [seconds] [annotations|directives]
+#        (default 60 seconds each, both targets; findings land in build-fuzz/findings)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -13,9 +15,15 @@ if [ ! -f "$BUILD_DIR/build.ninja" ]; then
     -DCMAKE_CXX_FLAGS="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined" \
     -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=address,undefined"
 fi
-cmake --build "$BUILD_DIR" --target annotations_fuzzer
-mkdir -p "$BUILD_DIR/corpus" "$BUILD_DIR/findings"
-cp -n fuzz/corpus/* "$BUILD_DIR/corpus/" 2>/dev/null || true
+TARGETS=${2:-annotations directives}
 export QT_QPA_PLATFORM=offscreen
-"$BUILD_DIR/bin/annotations_fuzzer" "$BUILD_DIR/corpus" -artifact_prefix="$BUILD_DIR/findings/" \
-  -max_total_time="$SECONDS_TO_RUN" -max_len=65536 -timeout=10 -rss_limit_mb=4096
+for target in $TARGETS; do
+  corpus_source=fuzz/corpus
+  [ "$target" = directives ] && corpus_source=fuzz/corpus-directives
+  cmake --build "$BUILD_DIR" --target "${target}_fuzzer"
+  mkdir -p "$BUILD_DIR/corpus-$target" "$BUILD_DIR/findings"
+  cp -n "$corpus_source"/* "$BUILD_DIR/corpus-$target/" 2>/dev/null || true
+  "$BUILD_DIR/bin/${target}_fuzzer" "$BUILD_DIR/corpus-$target" \
+    -artifact_prefix="$BUILD_DIR/findings/$target-" -max_total_time="$SECONDS_TO_RUN" \
+    -max_len=65536 -timeout=10 -rss_limit_mb=4096
+done

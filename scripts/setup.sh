@@ -15,7 +15,7 @@ PACKAGES=(
   libpoppler-qt6-dev
   libheif-dev libwebp-dev libpng-dev zlib1g-dev
   # secret storage and desktop integration
-  qtkeychain-qt6-dev libsecret-1-0 libsecret-tools gnome-keyring dbus dbus-x11
+  qtkeychain-qt6-dev libsecret-1-0 libsecret-tools gnome-keyring dbus dbus-daemon dbus-x11
   libglib2.0-dev libglib2.0-bin
   # X11 capture and key grabs
   libx11-dev libxcb-keysyms1-dev

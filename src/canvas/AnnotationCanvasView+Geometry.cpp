@@ -1,6 +1,7 @@
 #include "AnnotationCanvasView.h"
 #include "model/AnnotationGeometry.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vellumix {
@@ -14,8 +15,12 @@ QRectF AnnotationCanvasView::toWidget(const QRectF& canvasRect) const {
 }
 
 QSize AnnotationCanvasView::sizeHint() const {
+    // Annotations pushed absurdly far out (a model's answer, a hand-edited file) must not ask
+    // for a widget larger than any window system allows.
+    constexpr double largestSide = 1 << 20;
     const QSizeF size = m_document.canvasSize() * m_magnification;
-    return {static_cast<int>(std::ceil(size.width())), static_cast<int>(std::ceil(size.height()))};
+    return {static_cast<int>(std::ceil(std::clamp(size.width(), 0.0, largestSide))),
+            static_cast<int>(std::ceil(std::clamp(size.height(), 0.0, largestSide)))};
 }
 
 void AnnotationCanvasView::setMagnification(double magnification) {
