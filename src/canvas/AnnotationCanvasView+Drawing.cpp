@@ -11,9 +11,9 @@ void AnnotationCanvasView::paintEvent(QPaintEvent* event) {
     painter.fillRect(event->rect(), palette().color(QPalette::Window).darker(104));
     painter.scale(m_magnification, m_magnification);
     updateZoom();
-    m_document.visibleRect = QRectF(visibleRegion().boundingRect()).adjusted(0, 0, 0, 0);
-    m_document.visibleRect = QRectF(m_document.visibleRect.topLeft() / m_magnification,
-                                    m_document.visibleRect.size() / m_magnification);
+    const QRectF visible(visibleRegion().boundingRect());
+    m_document.visibleRect =
+        QRectF(visible.topLeft() / m_magnification, visible.size() / m_magnification);
     CanvasSnapshot snapshot = m_document.snapshot();
     // Only what reaches the damaged region is drawn.
     const QRectF dirty = QRectF(event->rect());
