@@ -4,7 +4,6 @@
 #include "model/AnnotationGeometry.h"
 
 #include <QTextBoundaryFinder>
-#include <QTransform>
 
 #include <cmath>
 
@@ -233,38 +232,26 @@ private:
         return annotation;
     }
 
-    static Annotation refitted(Annotation annotation, const QRectF& target) {
-        std::visit(
-            [&target](auto& a) {
-                using T = std::decay_t<decltype(a)>;
-                if constexpr (std::is_same_v<T, StrokeAnnotation>) {
-                    const QRectF b = a.path.controlPointRect();
-                    if (b.width() > 0 && b.height() > 0) {
-                        const QTransform t = QTransform::fromTranslate(-b.left(), -b.top()) *
-                                             QTransform::fromScale(target.width() / b.width(),
-                                                                   target.height() / b.height()) *
-                                             QTransform::fromTranslate(target.left(), target.top());
-                        a.path = t.map(a.path);
+    // Rectangular kinds take the new rectangle; strokes and arrows are mapped from their bounds
+    // onto it, and left as they are when those bounds have no area.
+    static Annotation refitted(const Annotation& annotation, const QRectF& target) {
+        const AnnotationKind kind = kindOf(annotation);
+        if (kind != AnnotationKind::stroke && kind != AnnotationKind::arrow) {
+            Annotation result = annotation;
+            std::visit(
+                [&target](auto& a) {
+                    if constexpr (requires { a.rect; }) {
+                        a.rect = target;
                     }
-                } else if constexpr (std::is_same_v<T, ArrowAnnotation>) {
-                    const QRectF b = geometry::bounds(a);
-                    if (b.width() > 0 && b.height() > 0) {
-                        const double sx = target.width() / b.width();
-                        const double sy = target.height() / b.height();
-                        const auto map = [&](QPointF p) {
-                            return QPointF(target.left() + (p.x() - b.left()) * sx,
-                                           target.top() + (p.y() - b.top()) * sy);
-                        };
-                        a.start = map(a.start);
-                        a.end = map(a.end);
-                        a.controlPoint = map(a.controlPoint);
-                    }
-                } else {
-                    a.rect = target;
-                }
-            },
-            annotation);
-        return annotation;
+                },
+                result);
+            return result;
+        }
+        const QRectF b = geometry::bounds(annotation);
+        if (!(b.width() > 0 && b.height() > 0)) {
+            return annotation;
+        }
+        return geometry::mapAnnotations({annotation}, b, target).front();
     }
 
     CanvasDocument& m_canvas;

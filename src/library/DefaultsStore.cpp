@@ -1,9 +1,10 @@
 #include "DefaultsStore.h"
 
+#include "model/AtomicFile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 namespace vellumix {
@@ -53,14 +54,9 @@ bool DefaultsStore::write(const Contents& contents) {
         QFile::remove(aside);
         QFile::rename(m_path, aside);
     }
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return false;
-    }
     const std::string text =
         contents.object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-    file.write(text.data(), static_cast<qint64>(text.size()));
-    return file.commit();
+    return writeFileAtomically(m_path, QByteArray::fromStdString(text)).hasValue();
 }
 
 std::optional<nlohmann::json> DefaultsStore::value(const std::string& key) const {

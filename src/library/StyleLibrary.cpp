@@ -1,9 +1,10 @@
 #include "StyleLibrary.h"
 
+#include "model/AtomicFile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QUuid>
 
 #include <cmath>
@@ -76,15 +77,11 @@ std::optional<json> readFile(const QString& path) {
     return std::nullopt;
 }
 
+// Errors are ignored: the style files are a convenience, never worth a message.
 void writeFile(const QString& path, const ordered_json& contents) {
     QDir().mkpath(QFileInfo(path).absolutePath());
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return;
-    }
     const std::string text = contents.dump(-1, ' ', false, json::error_handler_t::replace);
-    file.write(text.data(), static_cast<qint64>(text.size()));
-    file.commit();
+    writeFileAtomically(path, QByteArray::fromStdString(text));
 }
 
 std::optional<PresetEntry> decodePreset(const json& object) {

@@ -3,7 +3,6 @@
 #include "canvas/AnnotationRenderer.h"
 
 #include <QDir>
-#include <QSaveFile>
 #include <QUuid>
 
 #include <future>
@@ -14,17 +13,6 @@ namespace {
 
 // 72 dpi: one pixel per point, recorded in every PNG of a bundle.
 constexpr int dotsPerMetre = 2835;
-
-Status writeFileAtomically(const QString& path, const QByteArray& data) {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return Error{QStringLiteral("%1: %2").arg(path, file.errorString())};
-    }
-    if (file.write(data) != data.size() || !file.commit()) {
-        return Error{QStringLiteral("%1: %2").arg(path, file.errorString())};
-    }
-    return success();
-}
 
 std::optional<QByteArray> encodePng(const QImage& image, const BundleServices& services) {
     if (image.isNull()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Annotation.h"
+#include "AtomicFile.h"
 #include "ImageCodec.h"
 #include "Result.h"
 
@@ -12,11 +13,6 @@
 #include <vector>
 
 namespace vellumix {
-
-using Status = Result<std::monostate>;
-inline Status success() {
-    return std::monostate{};
-}
 
 /// Sets a bundle folder's custom icon from square representations (16 … 512 pixels). Best
 /// effort: where the desktop has no way to store it, nothing happens.

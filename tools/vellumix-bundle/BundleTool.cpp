@@ -11,7 +11,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace vellumix {
 
@@ -88,9 +87,8 @@ int renderBundle(const QStringList& args, QTextStream& err) {
     if (!png) {
         return fail(err, QStringLiteral("cannot render %1").arg(bundlePath));
     }
-    QSaveFile file(outPath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(*png) != png->size() || !file.commit()) {
-        return fail(err, QStringLiteral("cannot write %1: %2").arg(outPath, file.errorString()));
+    if (const Status written = writeFileAtomically(outPath, *png); !written) {
+        return fail(err, QStringLiteral("cannot write ") + written.error().message);
     }
     return 0;
 }
