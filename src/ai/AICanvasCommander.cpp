@@ -62,7 +62,7 @@ public:
             ++result.failed;
             return;
         }
-        const AnnotationStyle& toolbar = m_canvas.style;
+        const AnnotationStyle& toolbar = m_canvas.style();
         const auto& style = c.style;
         const double opacity = opacityFactor(style);
         Color stroke =
@@ -93,7 +93,7 @@ public:
             ++result.failed;
             return;
         }
-        const AnnotationStyle& toolbar = m_canvas.style;
+        const AnnotationStyle& toolbar = m_canvas.style();
         const auto& style = c.style;
         const double fontSize = orElse(style, &AIStyleOverride::fontSize, toolbar.fontSize);
         const double padding = orElse(style, &AIStyleOverride::textPadding, toolbar.textPadding);

@@ -1,9 +1,14 @@
 #include "AnnotationCanvasView.h"
 #include "AnnotationRenderer.h"
+#include "IconOnlyAction.h"
+#include "StyleSwatch.h"
 
 #include <QContextMenuEvent>
 #include <QMenu>
 #include <QPainter>
+#include <QProxyStyle>
+
+#include <algorithm>
 
 namespace vellumix {
 
@@ -26,25 +31,71 @@ QIcon menuIcon(const QString& name) {
     return theme.isEmpty() ? own : QIcon::fromTheme(theme, own);
 }
 
-// A short arrow drawn with the cap it stands for.
+// Menu icons sit in a square; wide pictures (caps, swatches) need a larger one than the
+// style's small icon size to stay legible.
+constexpr int capIconSide = 32;
+constexpr int swatchIconSide = 28;
+
+class MenuIconSize final : public QProxyStyle {
+public:
+    explicit MenuIconSize(int side) : m_side(side) {}
+    int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                    const QWidget* widget) const override {
+        if (metric == PM_SmallIconSize) {
+            return m_side;
+        }
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+
+private:
+    int m_side;
+};
+
+// A short arrow drawn with the cap it stands for, on a thin line so both caps fit.
 QIcon endCapIcon(ArrowEndCap cap, const QColor& color) {
-    QPixmap pixmap(48, 18);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    ArrowAnnotation arrow;
-    arrow.start = {6, 9};
-    arrow.end = {42, 9};
-    arrow.controlPoint = {24, 9};
-    arrow.lineWidth = 2;
-    arrow.endCap = cap;
-    arrow.color = Color::fromQColor(color);
-    // Caps are drawn at their real size relative to a 2-unit line, then fit the icon.
-    painter.translate(24, 9);
-    painter.scale(0.75, 0.75);
-    painter.translate(-24, -9);
-    render::drawArrow(painter, arrow);
-    return QIcon(pixmap);
+    QIcon icon;
+    for (qreal ratio : {1.0, 2.0}) {
+        QPixmap pixmap(QSize(capIconSide, capIconSide) * ratio);
+        pixmap.setDevicePixelRatio(ratio);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const double middle = capIconSide / 2.0;
+        ArrowAnnotation arrow;
+        arrow.start = {5, middle};
+        arrow.end = {capIconSide - 5.0, middle};
+        arrow.controlPoint = {middle, middle};
+        arrow.lineWidth = 1.5;
+        arrow.endCap = cap;
+        arrow.color = Color::fromQColor(color);
+        render::drawArrow(painter, arrow);
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
+// The preset's style as a swatch 14 high, sharp at the screen's pixel ratio.
+QIcon swatchIcon(const AnnotationStyle& style, Tool tool) {
+    QIcon icon;
+    for (qreal ratio : {1.0, 2.0}) {
+        icon.addPixmap(QPixmap::fromImage(render::styleSwatch(style, tool, {28, 14}, ratio)));
+    }
+    return icon;
+}
+
+// Gives a submenu of pictures an icon column wide enough for them.
+void fitIconColumn(QMenu* menu, const std::vector<CanvasMenuItem>& items) {
+    const bool caps = std::any_of(items.begin(), items.end(), [](const CanvasMenuItem& item) {
+        return item.action == CanvasMenuItem::Action::applyArrowEndCap;
+    });
+    const bool swatches = std::any_of(items.begin(), items.end(),
+                                      [](const CanvasMenuItem& item) { return item.swatchStyle; });
+    if (caps || swatches) {
+        auto* style = new MenuIconSize(caps ? capIconSide : swatchIconSide);
+        style->setParent(menu);
+        menu->setStyle(style);
+    }
 }
 
 } // namespace
@@ -52,6 +103,7 @@ QIcon endCapIcon(ArrowEndCap cap, const QColor& color) {
 QMenu* AnnotationCanvasView::buildMenu(const std::vector<CanvasMenuItem>& items, QWidget* parent) {
     auto* menu = new QMenu(parent);
     menu->setToolTipsVisible(true);
+    fitIconColumn(menu, items);
     for (const CanvasMenuItem& item : items) {
         if (!item.submenu.empty()) {
             QMenu* sub = buildMenu(item.submenu, menu);
@@ -59,13 +111,18 @@ QMenu* AnnotationCanvasView::buildMenu(const std::vector<CanvasMenuItem>& items,
             sub->setIcon(menuIcon(item.icon));
             menu->addMenu(sub);
         } else {
-            QAction* action = menu->addAction(item.title);
+            QAction* action = nullptr;
             if (item.action == CanvasMenuItem::Action::applyArrowEndCap) {
-                action->setIcon(endCapIcon(static_cast<ArrowEndCap>(item.argument),
-                                           palette().color(QPalette::WindowText)));
-                action->setToolTip(item.toolTip);
-                action->setIconVisibleInMenu(true);
-            } else if (!item.icon.isEmpty()) {
+                action = new IconOnlyAction(endCapIcon(static_cast<ArrowEndCap>(item.argument),
+                                                       palette().color(QPalette::WindowText)),
+                                            item.toolTip, menu);
+                menu->addAction(action);
+            } else {
+                action = menu->addAction(item.title);
+            }
+            if (item.swatchStyle) {
+                action->setIcon(swatchIcon(*item.swatchStyle, item.swatchTool));
+            } else if (!item.icon.isEmpty() && action->icon().isNull()) {
                 action->setIcon(menuIcon(item.icon));
             }
             action->setCheckable(item.checked);

@@ -5,6 +5,7 @@
 #include <QKeyEvent>
 #include <QScrollBar>
 #include <QTextBlock>
+#include <QTimer>
 
 namespace vellumix {
 
@@ -33,9 +34,24 @@ void AnnotationTextView::keyPressEvent(QKeyEvent* event) {
 
 void AnnotationTextView::focusOutEvent(QFocusEvent* event) {
     QTextEdit::focusOutEvent(event);
-    // Losing focus to a popup (a context menu) is not the end of editing.
-    if (event->reason() != Qt::PopupFocusReason) {
+    switch (event->reason()) {
+    case Qt::PopupFocusReason:
+        // Losing focus to a popup (a context menu) is not the end of editing.
+        break;
+    case Qt::MouseFocusReason:
+        // Qt moves focus before it delivers the press that caused it. The press decides: on
+        // the canvas it ends the edit and is consumed there; anywhere else nothing has
+        // committed by the time this runs, and the edit is committed here.
+        QTimer::singleShot(0, this, [this] {
+            if (m_canvas->m_textView == this) {
+                m_canvas->m_document.commitTextEditing(false);
+            }
+        });
+        break;
+    default:
+        // Focus left the window, or moved on by keyboard.
         m_canvas->m_document.commitTextEditing(false);
+        break;
     }
 }
 

@@ -29,6 +29,8 @@ AnnotationCanvasView::AnnotationCanvasView(QWidget* parent) : QWidget(parent) {
     m_document.onTextEditingStyleChanged = [this] {
         if (const auto session = m_document.session(); session && m_textView) {
             applyEditorStyle(*session);
+            // The padding sets the editor's inset inside the box.
+            m_textView->setGeometry(toWidget(session->editorFrame).toAlignedRect());
         }
     };
     m_document.clipboardImage = [] {

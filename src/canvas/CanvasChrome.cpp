@@ -41,20 +41,53 @@ void drawMarchingAnts(QPainter& painter, const QPainterPath& path, double lineWi
     painter.strokePath(path, dashedPen(QColor::fromRgbF(0, 0, 0, 0.6f), lineWidth, 4, 4));
 }
 
-void drawLabel(QPainter& painter, QPointF point, const QString& text, double zoom) {
+QFont labelFont(double zoom, const QPaintDevice* device) {
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
     font.setWeight(QFont::Medium);
-    font = fontInCanvasUnits(font, 11 * zoom, painter.device());
+    return fontInCanvasUnits(font, 11 * zoom, device);
+}
+
+std::vector<double> labelAdvances(const QString& text, const QFontMetricsF& metrics) {
+    // Tabular figures by layout: Qt 6.4 cannot ask the font for them, and many desktop fonts
+    // draw proportional digits by default.
+    double digit = 0;
+    for (char c = '0'; c <= '9'; ++c) {
+        digit = std::max(digit, metrics.horizontalAdvance(QLatin1Char(c)));
+    }
+    std::vector<double> advances;
+    advances.reserve(size_t(text.size()));
+    for (QChar c : text) {
+        advances.push_back(c.isDigit() ? digit : metrics.horizontalAdvance(c));
+    }
+    return advances;
+}
+
+void drawLabel(QPainter& painter, QPointF point, const QString& text, double zoom) {
+    const QFont font = labelFont(zoom, painter.device());
     const QFontMetricsF metrics(font, painter.device());
-    const QRectF box(point.x() + 14 * zoom, point.y() + 14 * zoom,
-                     metrics.horizontalAdvance(text) + 10 * zoom, metrics.height() + 10 * zoom);
+    const std::vector<double> advances = labelAdvances(text, metrics);
+    double width = 0;
+    for (double advance : advances) {
+        width += advance;
+    }
+    const QRectF box(point.x() + 14 * zoom, point.y() + 14 * zoom, width + 10 * zoom,
+                     metrics.height() + 10 * zoom);
     painter.save();
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor::fromRgbF(0, 0, 0, 0.65f));
     painter.drawRoundedRect(box, 4 * zoom, 4 * zoom);
     painter.setFont(font);
     painter.setPen(Qt::white);
-    painter.drawText(box.topLeft() + QPointF(5 * zoom, 5 * zoom + metrics.ascent()), text);
+    QPointF pen = box.topLeft() + QPointF(5 * zoom, 5 * zoom + metrics.ascent());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const double advance = advances[size_t(i)];
+        const QString glyph(text[i]);
+        // A digit sits centred in its cell.
+        const double offset =
+            text[i].isDigit() ? (advance - metrics.horizontalAdvance(glyph)) / 2 : 0;
+        painter.drawText(pen + QPointF(offset, 0), glyph);
+        pen.rx() += advance;
+    }
     painter.restore();
 }
 

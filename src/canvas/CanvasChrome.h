@@ -2,14 +2,22 @@
 
 #include "CanvasSnapshot.h"
 
+#include <QFontMetricsF>
 #include <QPainter>
+
+#include <vector>
 
 namespace vellumix::render {
 
 /// A dashed outline that reads on any background: white dashes, then black ones in the gaps.
 void drawMarchingAnts(QPainter& painter, const QPainterPath& path, double lineWidth);
 /// A read-out in a rounded dark box below and to the right of `point`; sizes follow `zoom`.
+/// Digits take equal widths, so the box does not jitter while the numbers change.
 void drawLabel(QPainter& painter, QPointF point, const QString& text, double zoom);
+/// The read-outs' font: the desktop font at medium weight, 11 units high at `zoom`.
+QFont labelFont(double zoom, const QPaintDevice* device);
+/// The advance of each character of a read-out: every digit as wide as the widest digit.
+std::vector<double> labelAdvances(const QString& text, const QFontMetricsF& metrics);
 /// A padlock in a filled circle, 24 units across, centred on `around` (not zoomed).
 void drawLockBadge(QPainter& painter, const QRectF& around);
 /// A white handle circle of diameter `diameter` with a coloured ring.

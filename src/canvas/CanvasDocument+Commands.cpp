@@ -279,6 +279,8 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
                                          QString());
                 item.argument = static_cast<int>(i);
                 item.enabled = !matchesStyle(selected.front(), preset.style);
+                item.swatchStyle = preset.style;
+                item.swatchTool = toolFor(selected.front());
                 apply.submenu.push_back(item);
             }
             menu.push_back(apply);

@@ -30,9 +30,12 @@ void CanvasDocument::mouseDown(QPointF point, Qt::KeyboardModifiers modifiers, i
         redisplay();
     }
     if (m_textEditing) {
-        commitTextEditing(false); // the click only ends the edit
+        // The click only ends the edit; no tool acts on it, nor on its drag and release.
+        commitTextEditing(false);
+        m_pressConsumed = true;
         return;
     }
+    m_pressConsumed = false;
     switch (m_activeTool) {
     case Tool::editImage:
         cropMouseDown(point, clickCount);
@@ -49,7 +52,7 @@ void CanvasDocument::mouseDown(QPointF point, Qt::KeyboardModifiers modifiers, i
 }
 
 void CanvasDocument::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) {
-    if (!m_showsAnnotations || m_textEditing) {
+    if (!m_showsAnnotations || m_textEditing || m_pressConsumed) {
         return;
     }
     switch (m_activeTool) {
@@ -69,6 +72,10 @@ void CanvasDocument::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers
 
 void CanvasDocument::mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) {
     if (!m_showsAnnotations) {
+        return;
+    }
+    if (m_pressConsumed) {
+        m_pressConsumed = false;
         return;
     }
     switch (m_activeTool) {
@@ -248,7 +255,7 @@ void CanvasDocument::drawingMouseUp(QPointF point, Qt::KeyboardModifiers modifie
             const bool oval = m_activeTool == Tool::oval;
             finishCreation(
                 makeShape(oval ? ShapeAnnotation::Shape::oval : ShapeAnnotation::Shape::rect,
-                          *m_dragRect, style),
+                          *m_dragRect, m_style),
                 oval ? QStringLiteral("Draw Oval") : QStringLiteral("Draw Rectangle"));
             return;
         }
@@ -259,7 +266,7 @@ void CanvasDocument::drawingMouseUp(QPointF point, Qt::KeyboardModifiers modifie
                 shiftHeld(modifiers) ? geometry::snapAngle(*m_dragStart, point) : point;
             const QPointF d = end - *m_dragStart;
             if (std::hypot(d.x(), d.y()) > minimumArrowLength) {
-                finishCreation(makeArrow(*m_dragStart, end, (*m_dragStart + end) / 2, style,
+                finishCreation(makeArrow(*m_dragStart, end, (*m_dragStart + end) / 2, m_style,
                                          currentArrowEndCap),
                                QStringLiteral("Draw Arrow"));
                 return;
@@ -273,7 +280,7 @@ void CanvasDocument::drawingMouseUp(QPointF point, Qt::KeyboardModifiers modifie
                     geometry::snapAngle(*m_shiftAnchorPoint, m_shiftPreviewPoint.value_or(point)));
             }
             if (m_activePath->elementCount() > 1) {
-                finishCreation(makeStroke(*m_activePath, style), QStringLiteral("Draw Stroke"));
+                finishCreation(makeStroke(*m_activePath, m_style), QStringLiteral("Draw Stroke"));
                 return;
             }
         }

@@ -291,8 +291,13 @@ void CanvasDocument::moveSelectionInOrder(bool up, bool toEnd) {
         if (!target) {
             return;
         }
-        // Step the selected annotations past the target one place at a time, each swapping
-        // with an unselected neighbour, so their relative order is kept.
+        // Step the selected annotations past the target one place at a time, keeping their
+        // relative order. The member nearest the target moves first, so the one behind it can
+        // take the slot just vacated and a contiguous block stays together.
+        std::vector<char> selectedAt(static_cast<size_t>(count), 0);
+        for (int i : selection) {
+            selectedAt[static_cast<size_t>(i)] = 1;
+        }
         int targetIndex = *target;
         const auto passed = [&] {
             return up ? *selection.rbegin() > targetIndex : *selection.begin() < targetIndex;
@@ -305,8 +310,10 @@ void CanvasDocument::moveSelectionInOrder(bool up, bool toEnd) {
             std::set<int> next;
             for (int i : order) {
                 const int j = up ? i + 1 : i - 1;
-                if (j >= 0 && j < count && !selection.count(j) && !next.count(j)) {
+                if (j >= 0 && j < count && !selectedAt[static_cast<size_t>(j)]) {
                     std::swap(list[static_cast<size_t>(i)], list[static_cast<size_t>(j)]);
+                    std::swap(selectedAt[static_cast<size_t>(i)],
+                              selectedAt[static_cast<size_t>(j)]);
                     if (j == targetIndex) {
                         targetIndex = i;
                     }

@@ -7,31 +7,41 @@
 namespace vellumix {
 
 QFont CanvasDocument::textFont(const QPaintDevice* device) const {
-    return fontInCanvasUnits(resolveFont(style.fontFamily, style.fontStyle, 12), style.fontSize,
-                             device);
+    return fontInCanvasUnits(resolveFont(m_style.fontFamily, m_style.fontStyle, 12),
+                             m_style.fontSize, device);
 }
 
 void CanvasDocument::beginEditing(const QRectF& rect, const QString& text,
                                   std::optional<int> index) {
+    const TextAnnotation* edited = nullptr;
     if (index && validIndex(*index)) {
+        edited = std::get_if<TextAnnotation>(&m_annotations[static_cast<size_t>(*index)]);
+    }
+    if (edited) {
         // The toolbar shows the style of the box being edited.
-        const auto& a = std::get<TextAnnotation>(m_annotations[static_cast<size_t>(*index)]);
-        style.fontFamily = a.fontFamily;
-        style.fontStyle = a.fontStyle;
-        style.fontSize = a.fontSize;
-        style.alignment = a.alignment;
-        style.fontColor = a.color;
-        style.textPadding = a.padding;
-        style.fillColor = a.backgroundColor;
-        style.strokeColor = a.strokeColor;
-        style.lineStyle = a.lineStyle;
+        const TextAnnotation& a = *edited;
+        m_style.fontFamily = a.fontFamily;
+        m_style.fontStyle = a.fontStyle;
+        m_style.fontSize = a.fontSize;
+        m_style.alignment = a.alignment;
+        m_style.fontColor = a.color;
+        m_style.textPadding = a.padding;
+        m_style.fillColor = a.backgroundColor;
+        m_style.strokeColor = a.strokeColor;
+        m_style.lineStyle = a.lineStyle;
         if (onSelectionChanged) {
             onSelectionChanged({a});
         }
     }
-    const double padding = std::max(style.textPadding, 0.0);
+    const double padding = std::max(m_style.textPadding, 0.0);
     const QRectF frame = rect.adjusted(padding, padding, -padding, -padding);
-    m_textEditing = TextEditing{rect, index, text, frame.height()};
+    std::optional<AnnotationID> id;
+    if (edited) {
+        id = edited->id;
+    } else {
+        index.reset();
+    }
+    m_textEditing = TextEditing{rect, index, id, text, frame.height()};
     redisplay();
     if (onTextEditingStarted) {
         onTextEditingStarted();
@@ -42,14 +52,14 @@ std::optional<TextEditSession> CanvasDocument::session() const {
     if (!m_textEditing) {
         return std::nullopt;
     }
-    const double padding = std::max(style.textPadding, 0.0);
+    const double padding = std::max(m_style.textPadding, 0.0);
     TextEditSession s;
     s.editorFrame = m_textEditing->outerRect.adjusted(padding, padding, -padding, -padding);
     s.editorFrame.setHeight(std::max(s.editorFrame.height(), m_textEditing->editorHeight));
     s.text = m_textEditing->text;
     s.font = textFont();
-    s.color = style.fontColor.toQColor();
-    s.alignment = style.alignment;
+    s.color = m_style.fontColor.toQColor();
+    s.alignment = m_style.alignment;
     s.selectAll = !m_textEditing->text.isEmpty();
     return s;
 }
@@ -59,9 +69,9 @@ std::optional<double> CanvasDocument::textDidChange(const QString& text) {
         return std::nullopt;
     }
     m_textEditing->text = text;
-    const double padding = std::max(style.textPadding, 0.0);
+    const double padding = std::max(m_style.textPadding, 0.0);
     const double width = std::max(m_textEditing->outerRect.width() - 2 * padding, 1.0);
-    const double used = TextBoxLayout::height(text, textFont(), width, style.alignment);
+    const double used = TextBoxLayout::height(text, textFont(), width, m_style.alignment);
     const double wanted = std::ceil(used) + 4;
     if (wanted <= m_textEditing->editorHeight) {
         return std::nullopt; // never shrinks while typing
@@ -80,16 +90,18 @@ void CanvasDocument::commitTextEditing(bool cancel) {
     const TextEditing editing = *m_textEditing;
     m_textEditing.reset();
     const QString trimmed = editing.text.trimmed();
-    const double padding = std::max(style.textPadding, 0.0);
+    const double padding = std::max(m_style.textPadding, 0.0);
     if (!cancel && !trimmed.isEmpty()) {
         const double width = std::max(editing.outerRect.width() - 2 * padding, 1.0);
         const double used =
-            std::ceil(TextBoxLayout::height(editing.text, textFont(), width, style.alignment));
+            std::ceil(TextBoxLayout::height(editing.text, textFont(), width, m_style.alignment));
         const QRectF rect(editing.outerRect.x(), editing.outerRect.y(), editing.outerRect.width(),
                           used + 2 * padding);
         // Edited or new, the box is rebuilt from the current style: a new ID and no lock.
-        TextAnnotation text = makeText(rect, editing.text, style);
+        TextAnnotation text = makeText(rect, editing.text, m_style);
         AnnotationList list = m_annotations;
+        // A box whose annotation went away while it was edited (undo, delete) is added anew,
+        // so the typed text is not lost.
         const bool existing = editing.index && validIndex(*editing.index);
         if (existing) {
             list[static_cast<size_t>(*editing.index)] = text;
@@ -119,11 +131,23 @@ void CanvasDocument::escapeFromTextEditor() {
     }
 }
 
-void CanvasDocument::styleDidChange() {
-    if (m_textEditing && onTextEditingStyleChanged) {
-        onTextEditingStyleChanged();
+void CanvasDocument::followEditedText() {
+    if (!m_textEditing || !m_textEditing->id) {
+        return;
     }
-    redisplay();
+    const auto& index = m_textEditing->index;
+    if (index && validIndex(*index) &&
+        idOf(m_annotations[static_cast<size_t>(*index)]) == *m_textEditing->id) {
+        return;
+    }
+    m_textEditing->index.reset();
+    for (size_t i = 0; i < m_annotations.size(); ++i) {
+        if (kindOf(m_annotations[i]) == AnnotationKind::text &&
+            idOf(m_annotations[i]) == *m_textEditing->id) {
+            m_textEditing->index = static_cast<int>(i);
+            return;
+        }
+    }
 }
 
 } // namespace vellumix

@@ -55,6 +55,7 @@ QRectF CanvasDocument::imageRect() const {
 void CanvasDocument::assignAnnotations(AnnotationList list) {
     const size_t oldCount = m_annotations.size();
     m_annotations = std::move(list);
+    followEditedText();
     // Indices that fell out of range are dropped from the selection.
     std::erase_if(m_selected, [this](int i) { return !validIndex(i); });
     updateCanvasSize();
@@ -188,11 +189,11 @@ CanvasSnapshot CanvasDocument::snapshot() const {
     s.annotations = m_annotations;
     s.showsAnnotations = m_showsAnnotations;
     s.activeTool = m_activeTool;
-    s.strokeColor = style.strokeColor;
-    s.fillColor = style.fillColor;
-    s.lineWidth = style.lineWidth;
-    s.cornerRadius = style.cornerRadius;
-    s.lineStyle = style.lineStyle;
+    s.strokeColor = m_style.strokeColor;
+    s.fillColor = m_style.fillColor;
+    s.lineWidth = m_style.lineWidth;
+    s.cornerRadius = m_style.cornerRadius;
+    s.lineStyle = m_style.lineStyle;
     s.currentArrowEndCap = currentArrowEndCap;
     s.dragStart = m_dragStart;
     s.dragRect = m_dragRect;

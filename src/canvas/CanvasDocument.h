@@ -84,7 +84,11 @@ struct CanvasMenuItem {
     bool separatorAfter = false;
     /// For end-cap items: the cap; for preset items: its index in the tool's list.
     int argument = -1;
+    /// The item's label where its title is empty (end caps): tool tip and accessible name.
     QString toolTip;
+    /// For preset items: the style its swatch pictures, drawn as `swatchTool` draws.
+    std::optional<AnnotationStyle> swatchStyle;
+    Tool swatchTool = Tool::rect;
     std::vector<CanvasMenuItem> submenu;
 
     static CanvasMenuItem make(Action action, QString title, QString icon, bool enabled = true) {
@@ -137,10 +141,22 @@ public:
     QRectF imageRect() const;
 
     // --- Style for new annotations ----------------------------------------------------------
-    AnnotationStyle style;
+    /// What new annotations get; while a text box is edited, the style of that box too.
+    const AnnotationStyle& style() const { return m_style; }
+    /// Every setter re-applies the style to an open text editor, so a change shows at once.
+    void setStyle(const AnnotationStyle& style);
+    void setStrokeColor(const Color& color);
+    void setFillColor(const Color& color);
+    void setLineWidth(double width);
+    void setCornerRadius(double radius);
+    void setLineStyle(LineStyle lineStyle);
+    void setFontFamily(const QString& family);
+    void setFontStyle(const QString& fontStyle);
+    void setFontSize(double size);
+    void setAlignment(TextAlignment alignment);
+    void setTextPadding(double padding);
+    void setFontColor(const Color& color);
     ArrowEndCap currentArrowEndCap = ArrowEndCap::triangle;
-    /// Re-applies the text style to the open text editor, if any.
-    void styleDidChange();
 
     // --- Selection --------------------------------------------------------------------------
     const std::set<int>& selectedIndices() const { return m_selected; }
@@ -193,6 +209,11 @@ public:
     /// The resolved font of the current text style, sized for `device`.
     QFont textFont(const QPaintDevice* device = nullptr) const;
 
+    // --- Output ------------------------------------------------------------------------------
+    /// The document rendered into a bitmap for export, copy and merge: an open text edit is
+    /// committed first and the selection is hidden for the duration, so no chrome can leak.
+    std::optional<QImage> flatten(const render::FlattenOptions& options);
+
     // --- Display -------------------------------------------------------------------------------
     /// Everything one paint pass reads.
     CanvasSnapshot snapshot() const;
@@ -231,10 +252,16 @@ public:
 private:
     struct TextEditing {
         QRectF outerRect;
+        /// The box being edited, followed by identity: commands that reorder or replace the
+        /// list while the editor is open (menus, undo, the assistant) move it.
         std::optional<int> index;
+        std::optional<AnnotationID> id;
         QString text;
         double editorHeight = 0;
     };
+
+    template <class T> void setStyleField(T AnnotationStyle::*field, const T& value);
+    void followEditedText();
 
     void assignAnnotations(AnnotationList list);
     void selectionDidChange();
@@ -259,6 +286,7 @@ private:
 
     QImage m_image;
     AnnotationList m_annotations;
+    AnnotationStyle m_style;
     QUndoStack m_undo;
     bool m_showsAnnotations = true;
     Tool m_activeTool = Tool::select;
@@ -291,6 +319,8 @@ private:
     AnnotationList m_copiedAnnotations;
     std::optional<TextEditing> m_textEditing;
     bool m_isCommittingText = false;
+    // A press that ended a text edit is consumed, with the drags and the release that follow.
+    bool m_pressConsumed = false;
     // The context menu's presets, by item argument.
     std::vector<PresetEntry> m_menuPresets;
 };

@@ -16,6 +16,10 @@ inline Status success() {
 
 /// Writes a whole file through a temporary that is renamed into place, so a crash never leaves
 /// it half written. The error names the path and the reason.
+///
+/// Every bundle, settings and style file goes through here on purpose, although a plain
+/// overwrite would be simpler: a half-written annotations.json reads as no annotations at all,
+/// so an interrupted save would silently lose the user's whole document.
 Status writeFileAtomically(const QString& path, const QByteArray& data);
 
 } // namespace vellumix

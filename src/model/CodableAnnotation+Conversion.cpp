@@ -10,7 +10,8 @@ using nlohmann::json;
 namespace {
 
 // Stored geometry beyond this magnitude cannot come from the editor; such records are treated
-// as unusable rather than handed to the painter.
+// as unusable rather than handed to the painter. Kept deliberately although the format itself
+// sets no bound: coordinates near the double range overflow Qt's path and raster arithmetic.
 constexpr double maxMagnitude = 1e7;
 
 std::optional<NumberList> storedColorIfVisible(const Color& c) {

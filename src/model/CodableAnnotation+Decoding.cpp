@@ -89,7 +89,18 @@ class RecordReader final : public nlohmann::json_sax<Json> {
 public:
     std::vector<CodableAnnotation> records;
 
-    bool null() override { return skipping() || (inRecordValue() && consumeUnknown()); }
+    // A null reads as an absent key, as a standard decoder treats optional keys; the required
+    // keys (type, lineWidth, opacity) stay missing, which voids the file at the record's end.
+    // Inside a number list a null is a value of the wrong type.
+    bool null() override {
+        if (skipping()) {
+            return true;
+        }
+        if (!inRecordValue()) {
+            return false;
+        }
+        return done();
+    }
     bool boolean(bool value) override {
         if (skipping()) {
             return true;

@@ -37,9 +37,9 @@ TEST_F(CommanderTest, TooSmallShapesChangeNothing) {
 }
 
 TEST_F(CommanderTest, ShapesFillInFromTheToolbarAndMoveByTheInset) {
-    canvas.style.strokeColor = Color::rgb(0, 0, 1);
-    canvas.style.lineWidth = 7;
-    canvas.style.fillColor = Color::rgb(0, 1, 0, 0.5);
+    canvas.setStrokeColor(Color::rgb(0, 0, 1));
+    canvas.setLineWidth(7);
+    canvas.setFillColor(Color::rgb(0, 1, 0, 0.5));
     AIStyleOverride half;
     half.opacity = 0.5;
     half.fillUseToolbar = true;
@@ -68,15 +68,15 @@ TEST_F(CommanderTest, InvisibleShapesGetTheFallbackRed) {
 }
 
 TEST_F(CommanderTest, EmptyTextRectanglesAreSizedFromTheText) {
-    canvas.style.fontSize = 24;
-    canvas.style.textPadding = 8;
+    canvas.setFontSize(24);
+    canvas.setTextPadding(8);
     const auto result = run({CreateTextCommand{"Hello", {5, 5, 0, 0}, std::nullopt}});
     ASSERT_EQ(result.created.size(), 1u);
     const auto& text = at<TextAnnotation>(0);
     EXPECT_EQ(text.rect, QRectF(25, 25, 88, 59)); // 2·8 + 24·5·0.6, 2·8 + 24·1.8 truncated
     EXPECT_EQ(text.backgroundColor, Color::clear());
     EXPECT_EQ(text.strokeColor, Color::clear());
-    EXPECT_EQ(text.color, canvas.style.fontColor);
+    EXPECT_EQ(text.color, canvas.style().fontColor);
     EXPECT_EQ(result.summary, QStringLiteral("Added 1 text label."));
     EXPECT_EQ(run({CreateTextCommand{"", {5, 5, 10, 10}, std::nullopt}}).failed, 1);
 }

@@ -179,6 +179,30 @@ TEST(CodableAnnotation, AnyUndecodableRecordVoidsTheWholeFile) {
     }
 }
 
+TEST(CodableAnnotation, NullReadsAsAbsentOnlyForOptionalKeys) {
+    // An optional key with null is as if it were missing.
+    const auto shape = only<ShapeAnnotation>(decode(
+        R"([{"type":"shape","shape":"rect","rect":[0,0,10,10],"color":[0,0,1],"lineWidth":2,)"
+        R"("fillColor":null,"opacity":1,"cornerRadius":null,"lineStyle":null,"isLocked":null,)"
+        R"("id":null}])"));
+    EXPECT_TRUE(shape.fillColor.isClear());
+    EXPECT_EQ(shape.cornerRadius, 0);
+    EXPECT_EQ(shape.lineStyle, LineStyle::solid);
+    EXPECT_FALSE(shape.isLocked);
+    EXPECT_EQ(shape.id.rawValue().size(), 5);
+    // A null where a record needs its value, or inside a number list, is a wrong type.
+    const std::string good =
+        R"({"type":"shape","shape":"rect","rect":[0,0,1,1],"lineWidth":1,"opacity":1})";
+    for (const std::string bad : {
+             R"({"type":"shape","shape":"rect","rect":[0,0,1,1],"lineWidth":1,"opacity":null})",
+             R"({"type":null,"lineWidth":1,"opacity":1})",
+             R"({"type":"shape","rect":[0,null,1,1],"lineWidth":1,"opacity":1})",
+             R"(null)",
+         }) {
+        EXPECT_TRUE(decode("[" + good + "," + bad + "]").empty()) << bad;
+    }
+}
+
 TEST(CodableAnnotation, OverlaysNeedALoadableImage) {
     const std::string json =
         R"([{"type":"overlay","rect":[0,0,4,4],"lineWidth":0,"opacity":0.5,"overlayRef":"GOOD"},)"
