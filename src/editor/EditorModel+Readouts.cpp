@@ -1,0 +1,55 @@
+#include "EditorModel.h"
+#include "canvas/CanvasDocument.h"
+#include "model/AnnotationGeometry.h"
+
+#include <cmath>
+
+namespace vellumix {
+
+namespace {
+
+QString rounded(double value) {
+    return QString::number(std::llround(value));
+}
+
+// "W × H px" with a multiplication sign.
+QString sizeText(double width, double height) {
+    return rounded(width) + QStringLiteral(" \u00D7 ") + rounded(height) + QStringLiteral(" px");
+}
+
+} // namespace
+
+double EditorModel::canvasScale() const {
+    // The canvas's image can be larger than the window's (a high-resolution copy); read-outs
+    // speak in the window's image pixels.
+    if (m_image.width() <= 0 || m_document.image().width() <= 0) {
+        return 1;
+    }
+    return double(m_document.image().width()) / m_image.width();
+}
+
+void EditorModel::fillReadouts(EditorControls& c) const {
+    const double r = canvasScale();
+    const auto& crop = m_document.cropRect;
+    if (m_activeTool == Tool::editImage && crop) {
+        c.imageSizeText = sizeText(crop->width() / r, crop->height() / r);
+    } else {
+        c.imageSizeText = sizeText(m_image.width(), m_image.height());
+    }
+
+    c.zoomText = rounded(m_magnification * 100) + QLatin1Char('%');
+    c.zoomInEnabled = m_magnification < m_geometry.maximumMagnification;
+    c.zoomOutEnabled = m_magnification > m_geometry.minimumMagnification;
+
+    // A shape being drawn is what the user looks at, ahead of the selection.
+    const auto rect = m_inProgressRect ? m_inProgressRect : m_selectionRect;
+    c.selectionGroupVisible = rect.has_value();
+    if (rect) {
+        const double inset = geometry::canvasInset;
+        c.selectedPositionText = QStringLiteral("x: ") + rounded((rect->x() - inset) / r) +
+                                 QStringLiteral(", y: ") + rounded((rect->y() - inset) / r);
+        c.selectedSizeText = sizeText(rect->width() / r, rect->height() / r);
+    }
+}
+
+} // namespace vellumix
