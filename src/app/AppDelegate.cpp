@@ -7,9 +7,20 @@
 
 #include <cstdio>
 
+// The app's resources live in a static library, which must register them itself (from the
+// global namespace, where the resource functions are declared).
+static void registerAppResources() {
+    static const bool registered = [] {
+        Q_INIT_RESOURCE(resources);
+        return true;
+    }();
+    (void)registered;
+}
+
 namespace vellumix {
 
 QIcon applicationIcon() {
+    registerAppResources();
     return QIcon(QStringLiteral(":/icons/vellumix.svg"));
 }
 

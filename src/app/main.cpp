@@ -1,4 +1,6 @@
 #include "app/AppDelegate.h"
+#include "app/DocumentOpener.h"
+#include "library/Settings.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -13,6 +15,16 @@ int main(int argc, char* argv[]) {
     QApplication::setQuitOnLastWindowClosed(false);
 
     vellumix::AppDelegate delegate;
-    QTimer::singleShot(0, &delegate, [&delegate] { delegate.applicationDidFinishLaunching(); });
+    vellumix::DocumentOpener opener(vellumix::Settings::shared());
+    const QStringList files = QApplication::arguments().mid(1);
+    QTimer::singleShot(0, &delegate, [&delegate, &opener, files] {
+        delegate.applicationDidFinishLaunching();
+        // Files handed over on the command line open as if chosen in the open panel.
+        for (const QString& file : files) {
+            if (!file.startsWith(QLatin1Char('-'))) {
+                opener.openPath(file);
+            }
+        }
+    });
     return QApplication::exec();
 }

@@ -13,6 +13,9 @@ void AnnotationCanvasView::mousePressEvent(QMouseEvent* event) {
         QWidget::mousePressEvent(event);
         return;
     }
+    if (onMousePress) {
+        onMousePress();
+    }
     setFocus(Qt::MouseFocusReason);
     m_mouseDown = true;
     m_document.mouseDown(toCanvas(event->position()), event->modifiers(), 1);

@@ -3,6 +3,7 @@
 #include "IconOnlyAction.h"
 #include "StyleSwatch.h"
 
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QMenu>
 #include <QPainter>
@@ -34,7 +35,8 @@ QIcon menuIcon(const QString& name) {
 // Menu icons sit in a square; wide pictures (caps, swatches) need a larger one than the
 // style's small icon size to stay legible.
 constexpr int capIconSide = 32;
-constexpr int swatchIconSide = 28;
+// The square must hold the widest preview (the text tool's) without scaling it down.
+constexpr int swatchIconSide = int(render::swatchLayout::textWidth);
 
 class MenuIconSize final : public QProxyStyle {
 public:
@@ -75,11 +77,13 @@ QIcon endCapIcon(ArrowEndCap cap, const QColor& color) {
     return icon;
 }
 
-// The preset's style as a swatch 14 high, sharp at the screen's pixel ratio.
+// The preset's style as the preset menu's preview, 14 high, sharp at the usual pixel ratios.
+// Placeholders take the menu's secondary text colour.
 QIcon swatchIcon(const AnnotationStyle& style, Tool tool) {
+    const QColor secondary = QApplication::palette("QMenu").color(QPalette::PlaceholderText);
     QIcon icon;
-    for (qreal ratio : {1.0, 2.0}) {
-        icon.addPixmap(QPixmap::fromImage(render::styleSwatch(style, tool, {28, 14}, ratio)));
+    for (qreal ratio : {1.0, 1.25, 1.5, 2.0}) {
+        icon.addPixmap(QPixmap::fromImage(render::styleSwatch(style, tool, secondary, ratio)));
     }
     return icon;
 }

@@ -2,6 +2,7 @@
 #include "TextLayout.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QScrollBar>
 #include <QTextBlock>
@@ -48,8 +49,15 @@ void AnnotationTextView::focusOutEvent(QFocusEvent* event) {
             }
         });
         break;
+    case Qt::ActiveWindowFocusReason:
+        if (m_canvas->keepsTextEditingFor &&
+            m_canvas->keepsTextEditingFor(QApplication::activeWindow())) {
+            break;
+        }
+        m_canvas->m_document.commitTextEditing(false);
+        break;
     default:
-        // Focus left the window, or moved on by keyboard.
+        // Focus moved on by keyboard, or the editor was hidden.
         m_canvas->m_document.commitTextEditing(false);
         break;
     }

@@ -39,6 +39,13 @@ public:
     /// The menu of the last right click (kept for tests and accessibility).
     QMenu* lastContextMenu() const { return m_lastMenu.data(); }
 
+    /// A left press on the canvas, before anything else happens (the owner closes its colour
+    /// panel).
+    std::function<void()> onMousePress;
+    /// Whether a text edit stays open while this window is active instead (the colour panel
+    /// that colours the text).
+    std::function<bool(const QWidget* activeWindow)> keepsTextEditingFor;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;

@@ -1,6 +1,5 @@
 #include "canvas/AnnotationRenderer.h"
 #include "canvas/CanvasChrome.h"
-#include "canvas/StyleSwatch.h"
 #include "model/AnnotationStyle.h"
 
 #include <gtest/gtest.h>
@@ -284,36 +283,4 @@ TEST(CanvasDrawing, LabelDigitsTakeEqualWidthsSoTheBoxStaysStill) {
                      width(QStringLiteral("8888 × 8888 px")));
     EXPECT_DOUBLE_EQ(width(QStringLiteral("10, 7 px")), width(QStringLiteral("47, 3 px")));
     EXPECT_EQ(render::labelAdvances(QStringLiteral("12 px"), metrics).size(), 5u);
-}
-
-TEST(StyleSwatch, PicturesTheStyleAtTheScreensPixelRatio) {
-    AnnotationStyle blue;
-    blue.strokeColor = Color::rgb(0, 0, 1);
-    const auto bluePixels = [](const QImage& image) {
-        int count = 0;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x) {
-                const QColor c = image.pixelColor(x, y);
-                count += c.alpha() > 128 && c.blue() > 200 && c.red() < 60;
-            }
-        }
-        return count;
-    };
-    const QImage sharp = render::styleSwatch(blue, Tool::rect, {28, 14}, 2);
-    EXPECT_EQ(sharp.size(), QSize(56, 28));
-    EXPECT_EQ(sharp.deviceIndependentSize(), QSizeF(28, 14));
-    EXPECT_GT(bluePixels(sharp), 0);
-    // Thicker styles draw thicker, but stay inside the picture.
-    blue.lineWidth = 24;
-    const QImage thick = render::styleSwatch(blue, Tool::rect, {28, 14}, 2);
-    EXPECT_GT(bluePixels(thick) * 2, bluePixels(sharp) * 3);
-    EXPECT_EQ(thick.pixelColor(0, 0).alpha(), 0);
-    // Every tool draws something in its colours; text in its font colour.
-    for (Tool tool : {Tool::oval, Tool::arrow, Tool::draw}) {
-        EXPECT_GT(bluePixels(render::styleSwatch(blue, tool, {28, 14})), 0) << int(tool);
-    }
-    AnnotationStyle text;
-    text.fontColor = Color::rgb(0, 0, 1);
-    text.strokeColor = Color::clear();
-    EXPECT_GT(bluePixels(render::styleSwatch(text, Tool::text, {28, 14}, 2)), 0);
 }

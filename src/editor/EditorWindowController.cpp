@@ -1,0 +1,135 @@
+#include "EditorWindowController.h"
+
+#include "CenteringClipView.h"
+#include "EditorModel.h"
+#include "canvas/AnnotationCanvasView.h"
+#include "library/HistoryStore.h"
+#include "library/PresetMenu.h"
+#include "library/Settings.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QShortcut>
+#include <QStyle>
+
+#include <cstdio>
+
+namespace vellumix {
+
+namespace {
+
+// The screen under the mouse, where new windows open.
+QScreen* screenUnderMouse() {
+    QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
+    return screen ? screen : QGuiApplication::primaryScreen();
+}
+
+} // namespace
+
+EditorWindowController::EditorWindowController(EditorDocument document, EditorServices services,
+                                               QWidget* parent)
+    : QWidget(parent, Qt::Window)
+    , m_services(services)
+    , m_image(document.image)
+    , m_bundlePath(std::move(document.bundlePath))
+    , m_sourceFormat(std::move(document.sourceFormat)) {
+    setWindowTitle(QStringLiteral("Vellumix"));
+    setAttribute(Qt::WA_DeleteOnClose, false);
+
+    m_canvas = new AnnotationCanvasView;
+    m_scrollView = new CenteringClipView(m_canvas, this);
+    QScreen* screen = screenUnderMouse();
+    std::optional<QRectF> visibleFrame;
+    if (screen) {
+        visibleFrame = QRectF(screen->availableGeometry());
+    }
+    CanvasDocument& canvas = m_canvas->document();
+    canvas.showCursorCoords = m_services.settings.showCursorCoords();
+    m_model = std::make_unique<EditorModel>(canvas, m_services.settings, m_services.styles, m_image,
+                                            visibleFrame);
+    canvas.setAnnotationsWithoutUndo(std::move(document.initialAnnotations));
+
+    buildInterface();
+    connectActions();
+    m_model->onControlsChanged = [this](const EditorControls& controls) { showControls(controls); };
+    showControls(m_model->controls());
+
+    const auto& opening = m_model->openingGeometry();
+    setMinimumSize(editorLayout::minimumContentSize.toSize());
+    resize(opening.contentSize.toSize());
+    m_scrollView->setMagnification(opening.fitScale);
+
+    // Quitting the application closes the window like any other way, with its closing save.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { close(); });
+    auto* closeKey = new QShortcut(QKeySequence::Close, this);
+    connect(closeKey, &QShortcut::activated, this, &QWidget::close);
+}
+
+EditorWindowController::~EditorWindowController() {
+    // The model detaches from the canvas's document before the canvas goes.
+    m_model.reset();
+}
+
+void EditorWindowController::present() {
+    if (QScreen* screen = screenUnderMouse()) {
+        setGeometry(QStyle::alignedRect(Qt::LeftToRight, Qt::AlignCenter, size(),
+                                        screen->availableGeometry()));
+    }
+    show();
+    raise();
+    activateWindow();
+}
+
+void EditorWindowController::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    m_canvas->setFocus(Qt::OtherFocusReason);
+}
+
+void EditorWindowController::discardAndClose() {
+    m_isDiscarded = true;
+    if (m_bundlePath && m_services.history) {
+        (void)m_services.history->deleteBundle(*m_bundlePath);
+    }
+    close();
+}
+
+void EditorWindowController::closeEvent(QCloseEvent* event) {
+    if (!m_closed) {
+        m_closed = true;
+        saveOnClose();
+    }
+    event->accept();
+    if (onClose) {
+        // The owner may drop the window from inside the callback; it is called once.
+        auto callback = std::move(onClose);
+        onClose = nullptr;
+        callback();
+    }
+}
+
+void EditorWindowController::saveOnClose() {
+    CanvasDocument& canvas = m_canvas->document();
+    // Text still being typed belongs to the document.
+    canvas.commitTextEditing(false);
+    HistoryStore* history = m_services.history;
+    if (history && m_bundlePath && !m_isDiscarded) {
+        // An image edit left unapplied is not kept: the bundle gets the image from before it.
+        const auto& snapshot = m_model->editImageEntrySnapshot();
+        if (m_model->editImageSessionMutated() && snapshot) {
+            if (const Status status = history->refreshImage(*snapshot, *m_bundlePath); !status) {
+                std::printf("Save failed: %s\n", qPrintable(status.error().message));
+            }
+        }
+        const Status status = history->saveOnClose(*m_bundlePath, canvas.annotations());
+        if (!status) {
+            std::printf("Save failed: %s\n", qPrintable(status.error().message));
+        }
+        std::fflush(stdout);
+    }
+    m_model->windowWillClose();
+}
+
+} // namespace vellumix

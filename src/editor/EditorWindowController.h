@@ -1,0 +1,174 @@
+#pragma once
+
+#include "EditorControls.h"
+#include "model/Annotation.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+
+class QAbstractButton;
+class QButtonGroup;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QToolButton;
+
+namespace vellumix {
+
+class AIProviderButton;
+class AnnotationCanvasView;
+class CenteringClipView;
+class ColorWell;
+class EditorModel;
+class HistoryStore;
+class PresetMenuController;
+class SaveSplitButton;
+class Settings;
+class StyleLibrary;
+
+/// What an editor window is opened with.
+struct EditorDocument {
+    QImage image;
+    /// The project bundle in the history (or opened from elsewhere) that the window saves into.
+    std::optional<QString> bundlePath;
+    /// The format the image came from ("png", "jpeg", …), for saving.
+    std::optional<QString> sourceFormat;
+    AnnotationList initialAnnotations;
+};
+
+/// The services an editor window works with; shared by all windows.
+struct EditorServices {
+    Settings& settings;
+    StyleLibrary& styles;
+    /// The history that owns the bundles; none in tests that need no bundle.
+    HistoryStore* history = nullptr;
+};
+
+/// One editor window: the toolbar, the second bar, the canvas in its zoomable scroll view and
+/// the footer. Every rule lives in its EditorModel; the window turns widget signals into calls
+/// on it and shows the controls it reports.
+class EditorWindowController final : public QWidget {
+    Q_OBJECT
+
+public:
+    EditorWindowController(EditorDocument document, EditorServices services,
+                           QWidget* parent = nullptr);
+    ~EditorWindowController() override;
+
+    /// Shows the window centred on the screen under the mouse, at its opening size.
+    void present();
+
+    /// Run once when the window has closed (the closing save is done by then).
+    std::function<void()> onClose;
+
+    AnnotationCanvasView* canvasView() const { return m_canvas; }
+    CenteringClipView* scrollView() const { return m_scrollView; }
+    EditorModel& model() const { return *m_model; }
+    const std::optional<QString>& bundlePath() const { return m_bundlePath; }
+    bool isDiscarded() const { return m_isDiscarded; }
+
+    // --- Actions (EditorWindowController+Actions) --------------------------------------------
+    void selectTool(Tool tool);
+    void zoomIn();
+    void zoomOut();
+    void toggleAnnotationVisibility();
+    /// Deletes the window's bundle and closes without saving.
+    void discardAndClose();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    // +UI
+    void buildInterface();
+    QWidget* buildToolbar();
+    QWidget* buildSecondBar();
+    QWidget* buildFooter();
+    QWidget* buildImageEditGroup();
+    QWidget* buildAssistantGroup();
+    QToolButton* toolButton(Tool tool);
+    void showControls(const EditorControls& controls);
+
+    // +Actions
+    void connectActions();
+    void toolChevronPressed(Tool tool);
+    void applyZoom(double magnification, std::optional<QPointF> anchor = std::nullopt);
+    void zoomSteps(int steps, QPointF anchor);
+    void magnify(double factor, QPointF anchor);
+    void routeColorPanel();
+    void endImageEdit();
+
+    // Closing
+    void saveOnClose();
+
+    EditorServices m_services;
+    QImage m_image;
+    std::optional<QString> m_bundlePath;
+    std::optional<QString> m_sourceFormat;
+    bool m_isDiscarded = false;
+    bool m_closed = false;
+
+    AnnotationCanvasView* m_canvas = nullptr;
+    CenteringClipView* m_scrollView = nullptr;
+    std::unique_ptr<EditorModel> m_model;
+    std::unique_ptr<PresetMenuController> m_presetMenu;
+
+    // Toolbar
+    std::map<Tool, QToolButton*> m_toolButtons;
+    std::map<Tool, QToolButton*> m_chevronButtons;
+    ColorWell* m_strokeWell = nullptr;
+    ColorWell* m_fillWell = nullptr;
+    QComboBox* m_opacityPopUp = nullptr;
+    QComboBox* m_lineWidthPopUp = nullptr;
+    QComboBox* m_linePatternPopUp = nullptr;
+    QComboBox* m_cornerRadiusPopUp = nullptr;
+    QToolButton* m_zoomOutButton = nullptr;
+    QToolButton* m_zoomInButton = nullptr;
+    QLabel* m_imageDimsLabel = nullptr;
+    QLabel* m_imageZoomLabel = nullptr;
+    QWidget* m_imageDimsGroup = nullptr;
+    QWidget* m_selectedDimsGroup = nullptr;
+    QLabel* m_selectedPosLabel = nullptr;
+    QLabel* m_selectedSizeLabel = nullptr;
+
+    // Second bar
+    QWidget* m_textControls = nullptr;
+    QComboBox* m_fontFamilyPopUp = nullptr;
+    QToolButton* m_boldButton = nullptr;
+    QToolButton* m_italicButton = nullptr;
+    QComboBox* m_fontSizePopUp = nullptr;
+    QButtonGroup* m_alignmentGroup = nullptr;
+    QComboBox* m_textPaddingPopUp = nullptr;
+    ColorWell* m_fontWell = nullptr;
+    QToolButton* m_editImageButton = nullptr;
+
+    // Footer
+    QWidget* m_normalGroup = nullptr;
+    QWidget* m_imageEditGroup = nullptr;
+    QWidget* m_assistantGroup = nullptr;
+    QToolButton* m_discardButton = nullptr;
+    QToolButton* m_copyButton = nullptr;
+    SaveSplitButton* m_saveButton = nullptr;
+    QToolButton* m_visibilityToggle = nullptr;
+    QToolButton* m_cancelEditButton = nullptr;
+    QToolButton* m_applyEditButton = nullptr;
+    AIProviderButton* m_providerButton = nullptr;
+    QToolButton* m_infoButton = nullptr;
+    QLineEdit* m_promptField = nullptr;
+
+    bool m_showingControls = false;
+    double m_pinchStart = 1;
+
+    friend class EditorWindowTest;
+};
+
+/// An icon of the app's editor set, drawn in `color` (the SVGs are monochrome masks).
+QIcon editorIcon(const QString& name, const QColor& color);
+
+} // namespace vellumix

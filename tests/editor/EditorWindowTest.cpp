@@ -1,0 +1,322 @@
+#include "app/DocumentOpener.h"
+#include "canvas/AnnotationCanvasView.h"
+#include "editor/CenteringClipView.h"
+#include "editor/EditorModel.h"
+#include "editor/EditorWindowController.h"
+#include "library/HistoryStore.h"
+#include "library/Settings.h"
+#include "library/StyleLibrary.h"
+#include "model/ProjectBundle.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+#include <memory>
+
+using namespace vellumix;
+
+namespace {
+
+QImage whiteImage(int w, int h) {
+    QImage image(w, h, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    return image;
+}
+
+ShapeAnnotation rectAt(const QRectF& rect) {
+    ShapeAnnotation shape;
+    shape.rect = rect;
+    shape.strokeColor = SystemColors::red;
+    return shape;
+}
+
+} // namespace
+
+namespace vellumix {
+
+// Reaches the window's widgets the way a person finds them: by what they show.
+class EditorWindowTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    Settings settings{DefaultsStore(dir.filePath("defaults.json"))};
+    StyleLibrary styles{dir.filePath("store")};
+    HistoryStore history{dir.filePath("store"), settings, BundleServices{}};
+    std::unique_ptr<EditorWindowController> window;
+
+    std::unique_ptr<EditorWindowController> open(EditorDocument document) {
+        auto editor = std::make_unique<EditorWindowController>(
+            std::move(document), EditorServices{settings, styles, &history});
+        editor->present();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(editor.get()));
+        return editor;
+    }
+    void openImage(int w = 400, int h = 300, AnnotationList annotations = {}) {
+        EditorDocument document;
+        document.image = whiteImage(w, h);
+        document.initialAnnotations = std::move(annotations);
+        window = open(std::move(document));
+    }
+
+    AnnotationCanvasView* canvas() const { return window->canvasView(); }
+    CanvasDocument& doc() const { return canvas()->document(); }
+    QToolButton* tool(Tool t) const { return window->m_toolButtons.at(t); }
+    QComboBox* lineWidthPopUp() const { return window->m_lineWidthPopUp; }
+    QToolButton* zoomInButton() const { return window->m_zoomInButton; }
+    QToolButton* zoomOutButton() const { return window->m_zoomOutButton; }
+    QString imageDims() const { return window->m_imageDimsLabel->text(); }
+    QString zoomText() const { return window->m_imageZoomLabel->text(); }
+    QString selectedPos() const { return window->m_selectedPosLabel->text(); }
+    QString selectedSize() const { return window->m_selectedSizeLabel->text(); }
+    bool selectionShown() const { return window->m_selectedDimsGroup->isVisible(); }
+    bool imageGroupShown() const { return window->m_imageDimsGroup->isVisible(); }
+    QToolButton* visibilityToggle() const { return window->m_visibilityToggle; }
+    QToolButton* discardButton() const { return window->m_discardButton; }
+    QWidget* textControls() const { return window->m_textControls; }
+
+    // A point on the canvas widget for a canvas coordinate.
+    QPoint at(QPointF canvasPoint) const {
+        return canvas()->toWidget(QRectF(canvasPoint, QSizeF(0, 0))).topLeft().toPoint();
+    }
+    void dragOnCanvas(QPointF from, QPointF to) {
+        QTest::mousePress(canvas(), Qt::LeftButton, {}, at(from));
+        for (QPointF p : {(from + to) / 2, to}) {
+            QMouseEvent move(QEvent::MouseMove, at(p), canvas()->mapToGlobal(at(p)), Qt::NoButton,
+                             Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(canvas(), &move);
+        }
+        QTest::mouseRelease(canvas(), Qt::LeftButton, {}, at(to));
+    }
+};
+
+} // namespace vellumix
+
+TEST_F(EditorWindowTest, OpensTitledAtItsFitWithTheReadOuts) {
+    openImage(400, 300);
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("Vellumix"));
+    EXPECT_EQ(window->minimumSize(), QSize(600, 236));
+    // A small image opens at 100 % in the smallest opening area: 800 × (400 + 136).
+    EXPECT_EQ(window->size(), QSize(800, 536));
+    EXPECT_EQ(imageDims(), QStringLiteral("400 × 300 px"));
+    EXPECT_EQ(zoomText(), QStringLiteral("100%"));
+    EXPECT_FALSE(selectionShown());
+    // The rect tool is active; the text controls are not shown for it.
+    EXPECT_TRUE(tool(Tool::rect)->isChecked());
+    EXPECT_EQ(doc().activeTool(), Tool::rect);
+    EXPECT_FALSE(textControls()->isVisible());
+    // The canvas sits centred in the larger view.
+    const QRect inView(canvas()->mapTo(window->scrollView()->viewport(), QPoint(0, 0)),
+                       canvas()->size());
+    const QRect view = window->scrollView()->viewport()->rect();
+    EXPECT_NEAR(inView.center().x(), view.center().x(), 1);
+    EXPECT_NEAR(inView.center().y(), view.center().y(), 1);
+}
+
+TEST_F(EditorWindowTest, ToolLettersAndButtonsSwitchTools) {
+    openImage();
+    canvas()->setFocus();
+    QTest::keyClick(canvas(), Qt::Key_O);
+    EXPECT_TRUE(tool(Tool::oval)->isChecked());
+    EXPECT_FALSE(tool(Tool::rect)->isChecked());
+    EXPECT_EQ(doc().activeTool(), Tool::oval);
+    QTest::keyClick(canvas(), Qt::Key_T);
+    EXPECT_TRUE(textControls()->isVisible());
+    QTest::mouseClick(tool(Tool::arrow), Qt::LeftButton);
+    EXPECT_EQ(doc().activeTool(), Tool::arrow);
+    EXPECT_FALSE(textControls()->isVisible());
+    QTest::mouseClick(tool(Tool::select), Qt::LeftButton);
+    EXPECT_EQ(doc().activeTool(), Tool::select);
+}
+
+TEST_F(EditorWindowTest, AControlChangeRestylesTheSelectionAsOneStep) {
+    openImage(400, 300, {rectAt({40, 40, 80, 60}), rectAt({200, 100, 80, 60})});
+    QTest::mouseClick(tool(Tool::select), Qt::LeftButton);
+    doc().selectAll();
+    const int steps = doc().undoStack().count();
+    // "S" → "M": the next entry of the line width pop-up, chosen from the keyboard.
+    lineWidthPopUp()->setFocus();
+    QTest::keyClick(lineWidthPopUp(), Qt::Key_Down);
+    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("M"));
+    EXPECT_EQ(doc().undoStack().count(), steps + 1);
+    EXPECT_EQ(doc().undoStack().undoText(), QStringLiteral("Restyle Annotations"));
+    for (const Annotation& a : doc().annotations()) {
+        EXPECT_EQ(std::get<ShapeAnnotation>(a).lineWidth, 4);
+    }
+    // One undo puts both back.
+    doc().undoStack().undo();
+    for (const Annotation& a : doc().annotations()) {
+        EXPECT_EQ(std::get<ShapeAnnotation>(a).lineWidth, 2);
+    }
+}
+
+TEST_F(EditorWindowTest, ZoomStepsStopAtTheLimits) {
+    openImage(400, 300);
+    QTest::mouseClick(zoomInButton(), Qt::LeftButton);
+    EXPECT_EQ(zoomText(), QStringLiteral("125%"));
+    EXPECT_DOUBLE_EQ(canvas()->magnification(), 1.25);
+    // The canvas grows with the magnification: 440 × 340 units at 1.25.
+    EXPECT_EQ(canvas()->size(), QSize(550, 425));
+    for (int i = 0; i < 10; ++i) {
+        if (zoomInButton()->isEnabled()) {
+            QTest::mouseClick(zoomInButton(), Qt::LeftButton);
+        }
+    }
+    EXPECT_EQ(zoomText(), QStringLiteral("400%"));
+    EXPECT_FALSE(zoomInButton()->isEnabled());
+    for (int i = 0; i < 20; ++i) {
+        if (zoomOutButton()->isEnabled()) {
+            QTest::mouseClick(zoomOutButton(), Qt::LeftButton);
+        }
+    }
+    EXPECT_EQ(zoomText(), QStringLiteral("25%"));
+    EXPECT_FALSE(zoomOutButton()->isEnabled());
+
+    // Ctrl+wheel steps too, one notch a step.
+    QWheelEvent wheel(QPointF(50, 50), window->scrollView()->mapToGlobal(QPoint(50, 50)), {},
+                      QPoint(0, 120), Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(window->scrollView()->viewport(), &wheel);
+    EXPECT_EQ(zoomText(), QStringLiteral("26%")); // 1.25^-6
+}
+
+TEST_F(EditorWindowTest, SelectionReadOutsFollowTheSelection) {
+    openImage(400, 300, {rectAt({40.4, 60, 80.6, 50})});
+    QTest::mouseClick(tool(Tool::select), Qt::LeftButton);
+    QTest::mouseClick(canvas(), Qt::LeftButton, {}, at({80, 85}));
+    ASSERT_TRUE(selectionShown());
+    EXPECT_FALSE(imageGroupShown()); // the selection's read-out takes the image's place
+    EXPECT_EQ(selectedPos(), QStringLiteral("x: 20, y: 40"));
+    EXPECT_EQ(selectedSize(), QStringLiteral("81 × 50 px"));
+    dragOnCanvas({80, 85}, {90, 95});
+    EXPECT_EQ(selectedPos(), QStringLiteral("x: 30, y: 50"));
+    QTest::mouseClick(canvas(), Qt::LeftButton, {}, at({380, 280}));
+    EXPECT_FALSE(selectionShown());
+    EXPECT_TRUE(imageGroupShown());
+}
+
+TEST_F(EditorWindowTest, HidingAnnotationsDisablesToolsAndDrawing) {
+    openImage();
+    EXPECT_FALSE(visibilityToggle()->isEnabled()); // nothing to hide yet
+    dragOnCanvas({60, 60}, {160, 140});
+    ASSERT_EQ(doc().annotations().size(), 1u);
+    EXPECT_TRUE(visibilityToggle()->isEnabled());
+    QTest::mouseClick(visibilityToggle(), Qt::LeftButton);
+    EXPECT_FALSE(doc().showsAnnotations());
+    EXPECT_FALSE(tool(Tool::oval)->isEnabled());
+    EXPECT_FALSE(lineWidthPopUp()->isEnabled());
+    dragOnCanvas({200, 60}, {300, 140});
+    EXPECT_EQ(doc().annotations().size(), 1u); // the canvas ignores the mouse
+    QTest::mouseClick(visibilityToggle(), Qt::LeftButton);
+    EXPECT_TRUE(tool(Tool::oval)->isEnabled());
+    dragOnCanvas({200, 60}, {300, 140});
+    EXPECT_EQ(doc().annotations().size(), 2u);
+}
+
+TEST_F(EditorWindowTest, ClosingSavesIntoTheBundleAndDiscardDeletesIt) {
+    const auto bundle = history.createBundle(whiteImage(400, 300), {});
+    ASSERT_TRUE(bundle);
+    EditorDocument document;
+    document.image = whiteImage(400, 300);
+    document.bundlePath = *bundle;
+    window = open(std::move(document));
+    int closed = 0;
+    window->onClose = [&] { ++closed; };
+    dragOnCanvas({60, 60}, {160, 140});
+    // A text still being typed is kept too.
+    canvas()->setFocus();
+    QTest::keyClick(canvas(), Qt::Key_T);
+    dragOnCanvas({200, 60}, {380, 120});
+    ASSERT_NE(canvas()->textEditor(), nullptr);
+    QTest::keyClicks(canvas()->textEditor(), "Typed");
+    QTest::keyClick(window.get(), Qt::Key_W, Qt::ControlModifier);
+    EXPECT_EQ(closed, 1);
+    const AnnotationList saved = bundle::loadAnnotations(*bundle);
+    ASSERT_EQ(saved.size(), 2u);
+    EXPECT_EQ(kindOf(saved[0]), AnnotationKind::shape);
+    EXPECT_EQ(std::get<TextAnnotation>(saved[1]).text, QStringLiteral("Typed"));
+    window.reset();
+
+    // Reopened with its annotations, then discarded: the bundle is gone.
+    document = EditorDocument{whiteImage(400, 300), *bundle, QStringLiteral("png"), saved};
+    window = open(std::move(document));
+    EXPECT_EQ(doc().annotations().size(), 2u);
+    QTest::mouseClick(discardButton(), Qt::LeftButton);
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_FALSE(QDir(*bundle).exists());
+}
+
+TEST_F(EditorWindowTest, RetainedStylesCarryAcrossWindows) {
+    settings.setRetainLastStylePerType(true);
+    openImage();
+    // Rect tool: "L" width.
+    lineWidthPopUp()->setFocus();
+    QTest::keyClick(lineWidthPopUp(), Qt::Key_Down);
+    QTest::keyClick(lineWidthPopUp(), Qt::Key_Down);
+    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("L"));
+    // The oval keeps its own style.
+    QTest::mouseClick(tool(Tool::oval), Qt::LeftButton);
+    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("S"));
+    window->close();
+    window.reset();
+
+    openImage();
+    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("L")); // rect, remembered
+    dragOnCanvas({60, 60}, {160, 140});
+    EXPECT_EQ(std::get<ShapeAnnotation>(doc().annotations()[0]).lineWidth, 8);
+
+    // With the setting off, the style carries from tool to tool instead.
+    window->close();
+    settings.setRetainLastStylePerType(false);
+    openImage();
+    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("S"));
+    lineWidthPopUp()->setFocus();
+    QTest::keyClick(lineWidthPopUp(), Qt::Key_Down);
+    QTest::mouseClick(tool(Tool::arrow), Qt::LeftButton);
+    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("M"));
+}
+
+TEST(DocumentOpener, BadFilesOpenNothing) {
+    QTemporaryDir dir;
+    qputenv("XDG_DATA_HOME", dir.filePath("data").toUtf8());
+    Settings settings{DefaultsStore(dir.filePath("defaults.json"))};
+    DocumentOpener opener(settings);
+
+    QFile truncated(dir.filePath("cut.png"));
+    ASSERT_TRUE(truncated.open(QIODevice::WriteOnly));
+    QByteArray png;
+    {
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        whiteImage(300, 200).save(&buffer, "PNG");
+    }
+    truncated.write(png.left(png.size() / 3));
+    truncated.close();
+    QFile text(dir.filePath("notes.png"));
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
+    text.write("not an image at all");
+    text.close();
+
+    EXPECT_FALSE(opener.openPath(dir.filePath("missing.png")));
+    EXPECT_FALSE(opener.openPath(dir.filePath("notes.png")));
+    EXPECT_FALSE(opener.openPath(dir.path())); // a folder that is no bundle
+    EXPECT_TRUE(opener.editors().empty());
+    // A truncated PNG is either refused or opened with what could be read; never a crash.
+    opener.openPath(dir.filePath("cut.png"));
+
+    // A good image gets its own editor and a history bundle holding it.
+    ASSERT_TRUE(whiteImage(320, 240).save(dir.filePath("good.png")));
+    const size_t before = opener.editors().size();
+    ASSERT_TRUE(opener.openPath(dir.filePath("good.png")));
+    ASSERT_EQ(opener.editors().size(), before + 1);
+    EditorWindowController* editor = opener.editors().back();
+    ASSERT_TRUE(editor->bundlePath());
+    EXPECT_EQ(bundle::readImage(*editor->bundlePath()).size(), QSize(320, 240));
+    editor->close();
+    EXPECT_EQ(opener.editors().size(), before);
+}
