@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
 #include "library/Settings.h"
+#include "platform/TerminationSignals.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -13,6 +14,9 @@ int main(int argc, char* argv[]) {
     QApplication::setWindowIcon(vellumix::applicationIcon());
     // A tray application: closing the last editor window must not quit it.
     QApplication::setQuitOnLastWindowClosed(false);
+
+    // Logging out or `kill` quits like the Quit item: windows save on their way out.
+    vellumix::quitOnTerminationSignals([] { QCoreApplication::quit(); });
 
     vellumix::AppDelegate delegate;
     vellumix::DocumentOpener opener(vellumix::Settings::shared());

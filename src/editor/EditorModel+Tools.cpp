@@ -8,6 +8,14 @@ bool isStyleCarrying(Tool tool) {
     return isDrawingTool(tool);
 }
 
+AnnotationStyle defaultToolStyle(Tool tool) {
+    AnnotationStyle style = AnnotationStyle::defaultStyle();
+    if (tool == Tool::text) {
+        style.strokeColor = Color::clear();
+    }
+    return style;
+}
+
 void EditorModel::selectTool(Tool tool) {
     Batch batch(*this);
     const Tool previous = m_activeTool;
@@ -25,7 +33,7 @@ void EditorModel::selectTool(Tool tool) {
     // Without retained styles the controls keep their values, so the style carries over.
     if (m_settings.retainLastStylePerType()) {
         const auto own = m_toolStyles.find(tool);
-        loadStyle(own == m_toolStyles.end() ? AnnotationStyle::defaultStyle() : own->second);
+        loadStyle(own == m_toolStyles.end() ? defaultToolStyle(tool) : own->second);
     }
 }
 

@@ -28,7 +28,7 @@ EditorModel::EditorModel(CanvasDocument& document, Settings& settings, StyleLibr
     , m_magnification(m_geometry.fitScale) {
     Batch batch(*this);
     for (Tool tool : {Tool::rect, Tool::oval, Tool::arrow, Tool::draw, Tool::text}) {
-        m_toolStyles[tool] = AnnotationStyle::defaultStyle();
+        m_toolStyles[tool] = defaultToolStyle(tool);
     }
     if (m_settings.retainLastStylePerType()) {
         for (const auto& [tool, style] : m_library.loadStyles()) {
@@ -220,8 +220,7 @@ void EditorModel::annotationsChanged(int count) {
 void EditorModel::saveStylePreset(const Annotation& annotation) {
     const Tool tool = toolFor(annotation);
     const auto own = m_toolStyles.find(tool);
-    const AnnotationStyle& base =
-        own == m_toolStyles.end() ? AnnotationStyle::defaultStyle() : own->second;
+    const AnnotationStyle& base = own == m_toolStyles.end() ? defaultToolStyle(tool) : own->second;
     m_library.addPreset(styleOf(annotation, base), tool);
 }
 

@@ -24,6 +24,10 @@ bool isStyleCarrying(Tool tool);
 /// colours' alpha, and the fields its kind does not have taken from `base`.
 AnnotationStyle styleOf(const Annotation& annotation, const AnnotationStyle& base);
 
+/// The style a tool starts with: the shared default, except that text boxes start without a
+/// border (a red frame around every new label is rarely wanted).
+AnnotationStyle defaultToolStyle(Tool tool);
+
 /// "Bold Italic", "Bold", "Italic" or "Regular" from the two font style segments.
 QString fontStyleName(bool bold, bool italic);
 

@@ -623,3 +623,14 @@ TEST_F(EditorModelTest, ReportsOnlyWhenSomethingShownChanges) {
     model->selectTool(Tool::oval);
     EXPECT_EQ(reports.size(), before + 1);
 }
+
+TEST_F(EditorModelTest, TextBoxesStartWithoutABorder) {
+    // Each tool's own style applies where styles are kept per tool.
+    settings.setRetainLastStylePerType(true);
+    open(QSize(1000, 800));
+    model->selectTool(Tool::text);
+    EXPECT_TRUE(doc.style().strokeColor.isClear());
+    EXPECT_EQ(model->toolStyles().at(Tool::text).fontColor, SystemColors::red);
+    model->selectTool(Tool::rect);
+    EXPECT_EQ(doc.style().strokeColor, SystemColors::red);
+}

@@ -1,6 +1,7 @@
 #include "app/DocumentOpener.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "editor/CenteringClipView.h"
+#include "editor/ColorWell.h"
 #include "editor/EditorModel.h"
 #include "editor/EditorWindowController.h"
 #include "library/HistoryStore.h"
@@ -10,6 +11,7 @@
 
 #include <QApplication>
 #include <QBuffer>
+#include <QColorDialog>
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
@@ -80,6 +82,7 @@ protected:
     QToolButton* visibilityToggle() const { return window->m_visibilityToggle; }
     QToolButton* discardButton() const { return window->m_discardButton; }
     QWidget* textControls() const { return window->m_textControls; }
+    ColorWell* strokeWell() const { return window->m_strokeWell; }
 
     // A point on the canvas widget for a canvas coordinate.
     QPoint at(QPointF canvasPoint) const {
@@ -281,6 +284,30 @@ TEST_F(EditorWindowTest, RetainedStylesCarryAcrossWindows) {
     EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("M"));
 }
 
+TEST_F(EditorWindowTest, ThePanelColoursTheTextBeingEdited) {
+    openImage();
+    canvas()->setFocus();
+    QTest::keyClick(canvas(), Qt::Key_T);
+    dragOnCanvas({60, 60}, {300, 120});
+    ASSERT_NE(canvas()->textEditor(), nullptr);
+    QTest::keyClicks(canvas()->textEditor(), "Blue");
+    // The stroke well opens the shared panel; a colour picked there goes to the text.
+    QTest::mouseClick(strokeWell()->swatchButton(), Qt::LeftButton);
+    SharedColorPanel& panel = SharedColorPanel::instance();
+    ASSERT_TRUE(panel.isVisible());
+    panel.dialog()->setCurrentColor(QColor(0, 0, 255));
+    ASSERT_NE(canvas()->textEditor(), nullptr); // the panel does not end the edit
+    EXPECT_EQ(canvas()->textEditor()->currentCharFormat().foreground().color(), QColor(0, 0, 255));
+    // A press on the canvas closes the panel and commits the text in its new colour.
+    QTest::mouseClick(canvas(), Qt::LeftButton, {}, at({380, 280}));
+    EXPECT_FALSE(panel.isVisible());
+    ASSERT_EQ(doc().annotations().size(), 1u);
+    const auto& text = std::get<TextAnnotation>(doc().annotations()[0]);
+    EXPECT_EQ(text.text, QStringLiteral("Blue"));
+    EXPECT_EQ(text.color.toQColor().rgb(), QColor(0, 0, 255).rgb());
+    EXPECT_NE(text.strokeColor.toQColor().rgb(), QColor(0, 0, 255).rgb()); // not the border
+}
+
 TEST(DocumentOpener, BadFilesOpenNothing) {
     QTemporaryDir dir;
     qputenv("XDG_DATA_HOME", dir.filePath("data").toUtf8());
@@ -317,6 +344,16 @@ TEST(DocumentOpener, BadFilesOpenNothing) {
     EditorWindowController* editor = opener.editors().back();
     ASSERT_TRUE(editor->bundlePath());
     EXPECT_EQ(bundle::readImage(*editor->bundlePath()).size(), QSize(320, 240));
+    const QString bundlePath = *editor->bundlePath();
+    editor->canvasView()->document().setAnnotationsWithoutUndo({rectAt({60, 60, 50, 40})});
     editor->close();
     EXPECT_EQ(opener.editors().size(), before);
+
+    // The bundle opens again with its annotations.
+    ASSERT_TRUE(opener.openPath(bundlePath));
+    EditorWindowController* reopened = opener.editors().back();
+    EXPECT_EQ(reopened->bundlePath(), bundlePath);
+    ASSERT_EQ(reopened->canvasView()->document().annotations().size(), 1u);
+    EXPECT_EQ(reopened->model().image().size(), QSize(320, 240));
+    reopened->close();
 }
