@@ -1,7 +1,7 @@
 #include "BenchData.h"
 #include "canvas/AnnotationRenderer.h"
 #include "model/CodableAnnotation.h"
-#include "model/ProjectBundle.h"
+#include "bundle/ProjectBundle.h"
 #include "platform/BundleServices.h"
 
 #include <QDir>

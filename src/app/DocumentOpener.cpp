@@ -3,7 +3,7 @@
 #include "library/HistoryStore.h"
 #include "library/StyleLibrary.h"
 #include "model/ImageCodec.h"
-#include "model/ProjectBundle.h"
+#include "bundle/ProjectBundle.h"
 #include "platform/BundleServices.h"
 #include "platform/FileManager.h"
 

@@ -2,7 +2,7 @@
 #include "TextLayout.h"
 #include "model/AnnotationGeometry.h"
 #include "model/Fonts.h"
-#include "model/ProjectBundle.h"
+#include "model/OverlayRef.h"
 
 #include <QLocale>
 
@@ -133,7 +133,7 @@ void CanvasDocument::addOverlay(const QImage& overlay, std::optional<QPointF> po
     annotation.rect = QRectF(origin, QSizeF(w * scale, h * scale));
     annotation.image = overlay;
     annotation.opacity = 1;
-    annotation.overlayRef = bundle::newOverlayRef();
+    annotation.overlayRef = newOverlayRef();
     AnnotationList list = m_annotations;
     list.push_back(std::move(annotation));
     replaceAnnotations(std::move(list), QStringLiteral("Paste Overlay"));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Settings.h"
-#include "model/ProjectBundle.h"
+#include "bundle/ProjectBundle.h"
 
 #include <QDateTime>
 #include <QImage>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/ProjectBundle.h"
+#include "bundle/ProjectBundle.h"
 
 namespace vellumix {
 

@@ -7,7 +7,7 @@
 #include "library/HistoryStore.h"
 #include "library/Settings.h"
 #include "library/StyleLibrary.h"
-#include "model/ProjectBundle.h"
+#include "bundle/ProjectBundle.h"
 
 #include <QApplication>
 #include <QBuffer>

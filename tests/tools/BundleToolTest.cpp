@@ -1,6 +1,6 @@
 #include "BundleTool.h"
 
-#include "model/ProjectBundle.h"
+#include "bundle/ProjectBundle.h"
 
 #include <QDir>
 #include <QFile>

@@ -5,7 +5,7 @@
 #include "canvas/AnnotationRenderer.h"
 #include "canvas/CanvasDocument.h"
 #include "model/CodableAnnotation.h"
-#include "model/ProjectBundle.h"
+#include "bundle/ProjectBundle.h"
 #include "platform/BundleServices.h"
 #include "platform/FastPngEncoder.h"
 

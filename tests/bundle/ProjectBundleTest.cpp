@@ -1,6 +1,7 @@
-#include "model/ProjectBundle.h"
+#include "bundle/ProjectBundle.h"
 
 #include "model/AnnotationStyle.h"
+#include "model/OverlayRef.h"
 
 #include <QDir>
 #include <QFile>
@@ -42,7 +43,7 @@ protected:
 } // namespace
 
 TEST_F(ProjectBundleTest, WriteCreatesEveryFileAndReadsBack) {
-    const QString ref = bundle::newOverlayRef();
+    const QString ref = newOverlayRef();
     AnnotationList annotations{
         makeShape(ShapeAnnotation::Shape::oval, QRectF(25, 25, 40, 30), AnnotationStyle()),
         overlayWithRef(ref)};
@@ -122,7 +123,7 @@ TEST_F(ProjectBundleTest, OverlayFilesStayInsideTheBundle) {
 }
 
 TEST_F(ProjectBundleTest, MissingOverlayImageDropsOnlyThatOverlay) {
-    const QString ref = bundle::newOverlayRef();
+    const QString ref = newOverlayRef();
     ASSERT_TRUE(
         bundle::write(screenshot(50, 50),
                       {overlayWithRef(ref), makeText(QRectF(0, 0, 30, 20), "t", AnnotationStyle())},
@@ -154,13 +155,13 @@ TEST(BundlePreviews, ThumbnailIsNeverEnlargedAndIconsNeedPixels) {
 }
 
 TEST(BundlePreviews, OverlayRefsAreUpperCaseUuids) {
-    const QString ref = bundle::newOverlayRef();
+    const QString ref = newOverlayRef();
     EXPECT_EQ(ref.size(), 36);
     EXPECT_EQ(ref, ref.toUpper());
-    EXPECT_TRUE(bundle::isValidOverlayRef(ref));
-    EXPECT_FALSE(bundle::isValidOverlayRef(QStringLiteral("a/b")));
-    EXPECT_FALSE(bundle::isValidOverlayRef(QStringLiteral("..")));
-    EXPECT_FALSE(bundle::isValidOverlayRef(QString()));
+    EXPECT_TRUE(isValidOverlayRef(ref));
+    EXPECT_FALSE(isValidOverlayRef(QStringLiteral("a/b")));
+    EXPECT_FALSE(isValidOverlayRef(QStringLiteral("..")));
+    EXPECT_FALSE(isValidOverlayRef(QString()));
 }
 
 // A PNG whose header claims 100,000 × 100,000 pixels is refused before anything is decoded.

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Annotation.h"
-#include "AtomicFile.h"
-#include "ImageCodec.h"
-#include "Result.h"
+#include "model/Annotation.h"
+#include "model/AtomicFile.h"
+#include "model/ImageCodec.h"
+#include "model/Result.h"
 
 #include <QImage>
 #include <QString>
@@ -61,12 +61,6 @@ AnnotationList loadAnnotations(const QString& bundlePath);
 QImage readImage(const QString& bundlePath);
 /// Whether a path names a bundle folder whose image decodes.
 bool isBundle(const QString& path);
-
-/// A fresh overlay reference: an upper-case UUID with hyphens.
-QString newOverlayRef();
-/// Only plain file-name stems are accepted as overlay references (nothing that leaves the
-/// overlays folder).
-bool isValidOverlayRef(const QString& ref);
 
 /// The composite scaled to fit the thumbnail box.
 QImage makeThumbnail(const QImage& composite);

@@ -1,6 +1,7 @@
-#include "CodableAnnotation.h"
 #include "ProjectBundle.h"
 #include "canvas/AnnotationRenderer.h"
+#include "model/CodableAnnotation.h"
+#include "model/OverlayRef.h"
 
 #include <QDir>
 #include <QUuid>
@@ -131,24 +132,6 @@ Status refreshImage(const QImage& image, const QString& bundlePath,
         return imageWritten;
     }
     return previews;
-}
-
-QString newOverlayRef() {
-    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-}
-
-bool isValidOverlayRef(const QString& ref) {
-    if (ref.isEmpty() || ref.size() > 128 || ref.startsWith(QLatin1Char('.'))) {
-        return false;
-    }
-    for (QChar c : ref) {
-        const bool allowed = (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'z') ||
-                             (c >= u'A' && c <= u'Z') || c == u'-' || c == u'_' || c == u'.';
-        if (!allowed) {
-            return false;
-        }
-    }
-    return true;
 }
 
 } // namespace vellumix::bundle

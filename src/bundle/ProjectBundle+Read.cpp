@@ -1,5 +1,6 @@
-#include "CodableAnnotation.h"
 #include "ProjectBundle.h"
+#include "model/CodableAnnotation.h"
+#include "model/OverlayRef.h"
 
 #include <QDir>
 #include <QFile>
