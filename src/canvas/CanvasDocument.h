@@ -2,8 +2,8 @@
 
 #include "AnnotationRenderer.h"
 #include "CanvasSnapshot.h"
-#include "library/StyleLibrary.h"
 #include "model/AnnotationStyle.h"
+#include "model/PresetEntry.h"
 
 #include <QFont>
 #include <QImage>

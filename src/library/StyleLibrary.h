@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/AnnotationStyle.h"
+#include "model/PresetEntry.h"
 
 #include <QDateTime>
 
@@ -11,13 +12,6 @@
 
 namespace vellumix {
 
-/// One saved style preset.
-struct PresetEntry {
-    /// An upper-case UUID made when the preset is saved.
-    QString id;
-    QDateTime savedAt;
-    AnnotationStyle style;
-};
 
 using ToolStyles = std::map<Tool, AnnotationStyle>;
 using ToolPresets = std::map<Tool, std::vector<PresetEntry>>;
