@@ -35,6 +35,29 @@ private:
     bool m_skipFirstRedo;
 };
 
+// One undo step of an image operation: the image and the list before and after.
+class ImageChange final : public QUndoCommand {
+public:
+    using Assign = std::function<void(QImage, AnnotationList)>;
+    struct State {
+        QImage image;
+        AnnotationList list;
+    };
+    ImageChange(Assign assign, State before, State after, const QString& name)
+        : QUndoCommand(name)
+        , m_assign(std::move(assign))
+        , m_before(std::move(before))
+        , m_after(std::move(after)) {}
+
+    void undo() override { m_assign(m_before.image, m_before.list); }
+    void redo() override { m_assign(m_after.image, m_after.list); }
+
+private:
+    Assign m_assign;
+    State m_before;
+    State m_after;
+};
+
 } // namespace
 
 CanvasDocument::CanvasDocument() {
@@ -45,6 +68,36 @@ void CanvasDocument::setImage(const QImage& image) {
     m_image = image;
     updateCanvasSize();
     redisplay();
+    if (onImageChanged) {
+        onImageChanged(m_image);
+    }
+}
+
+void CanvasDocument::assignImage(QImage image, AnnotationList list) {
+    m_image = std::move(image);
+    // The list follows first, so the canvas grows once for both.
+    assignAnnotations(std::move(list));
+    updateCanvasSize();
+    redisplay();
+    if (onImageChanged) {
+        onImageChanged(m_image);
+    }
+}
+
+void CanvasDocument::replaceImage(QImage image, AnnotationList list, const QString& actionName,
+                                  std::optional<QImage> undoImage,
+                                  std::optional<AnnotationList> undoList) {
+    commitTextEditing(false);
+    auto assign = [this](QImage i, AnnotationList l) { assignImage(std::move(i), std::move(l)); };
+    ImageChange::State before{undoImage ? std::move(*undoImage) : m_image,
+                              undoList ? std::move(*undoList) : m_annotations};
+    m_undo.push(new ImageChange(assign, std::move(before), {std::move(image), std::move(list)},
+                                actionName));
+}
+
+void CanvasDocument::setImageAndAnnotations(QImage image, AnnotationList list) {
+    commitTextEditing(false);
+    assignImage(std::move(image), std::move(list));
 }
 
 QRectF CanvasDocument::imageRect() const {

@@ -123,6 +123,13 @@ public:
     // --- Document -------------------------------------------------------------------------
     const QImage& image() const { return m_image; }
     void setImage(const QImage& image);
+    /// Replaces image and list as one undo step named `actionName`; undoing restores
+    /// `undoImage` (the image before, unless given) and the list before.
+    void replaceImage(QImage image, AnnotationList list, const QString& actionName,
+                      std::optional<QImage> undoImage = std::nullopt,
+                      std::optional<AnnotationList> undoList = std::nullopt);
+    /// Replaces image and list with no undo step (inside an image-edit session).
+    void setImageAndAnnotations(QImage image, AnnotationList list);
     const AnnotationList& annotations() const { return m_annotations; }
     /// Replaces the list as one undo step named `actionName`.
     void replaceAnnotations(AnnotationList list, const QString& actionName);
@@ -231,6 +238,8 @@ public:
     std::function<void(std::optional<QPointF>)> onSelectionMoveChanged;
     std::function<void(std::optional<QRectF>)> onInProgressGeometryChanged;
     std::function<void(int)> onAnnotationsChanged;
+    /// The image changed: set, replaced by an operation, or by undo and redo of one.
+    std::function<void(const QImage&)> onImageChanged;
     std::function<void(Tool)> onRequestTool;
     std::function<void(std::optional<QRectF>)> onCropRectChanged;
     std::function<void()> onEditImageCancelled;
@@ -264,6 +273,7 @@ private:
     void followEditedText();
 
     void assignAnnotations(AnnotationList list);
+    void assignImage(QImage image, AnnotationList list);
     void selectionDidChange();
     void reportSelectionGeometry();
     void redisplay(std::optional<QRectF> area = std::nullopt);

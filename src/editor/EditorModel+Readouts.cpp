@@ -20,8 +20,9 @@ QString sizeText(double width, double height) {
 } // namespace
 
 double EditorModel::canvasScale() const {
-    // The canvas's image can be larger than the window's (a high-resolution copy); read-outs
-    // speak in the window's image pixels.
+    // Read-outs speak in the window's image pixels. The window takes every image the canvas
+    // gets, so the two match and this is 1; it stays for a canvas that would show a
+    // higher-resolution copy.
     if (m_image.width() <= 0 || m_document.image().width() <= 0) {
         return 1;
     }

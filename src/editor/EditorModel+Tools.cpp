@@ -39,12 +39,14 @@ void EditorModel::selectTool(Tool tool) {
 
 void EditorModel::beginImageEditSession() {
     m_editImageEntrySnapshot = m_image;
+    m_editImageEntryAnnotations = m_document.annotations();
     m_editImageSessionMutated = false;
     m_document.cropRect = m_document.imageRect();
 }
 
 void EditorModel::endImageEditSession() {
     m_editImageEntrySnapshot.reset();
+    m_editImageEntryAnnotations.reset();
     m_editImageSessionMutated = false;
     m_document.cropRect.reset();
 }

@@ -53,6 +53,7 @@ EditorModel::~EditorModel() {
     m_document.onSelectionMoveChanged = nullptr;
     m_document.onInProgressGeometryChanged = nullptr;
     m_document.onAnnotationsChanged = nullptr;
+    m_document.onImageChanged = nullptr;
     m_document.onRequestTool = nullptr;
     m_document.onCropRectChanged = nullptr;
     m_document.onApplyStylePreset = nullptr;
@@ -72,6 +73,13 @@ void EditorModel::installDocumentCallbacks() {
         inProgressGeometryChanged(rect);
     };
     m_document.onAnnotationsChanged = [this](int count) { annotationsChanged(count); };
+    m_document.onImageChanged = [this](const QImage& image) {
+        Batch batch(*this);
+        m_image = image;
+        if (onImageChanged) {
+            onImageChanged(image);
+        }
+    };
     m_document.onRequestTool = [this](Tool tool) { selectTool(tool); };
     m_document.onCropRectChanged = [this](std::optional<QRectF>) { Batch batch(*this); };
     m_document.onApplyStylePreset = [this](const AnnotationStyle& style, Tool tool) {

@@ -43,8 +43,9 @@ double zoomOutStep(double magnification);
 /// The model takes over these callbacks of the document and the window must not replace them:
 /// `onSelectionChanged`, `onSelectionGeometryChanged`, `onSelectionMoveChanged`,
 /// `onInProgressGeometryChanged`, `onAnnotationsChanged`, `onRequestTool`, `onCropRectChanged`,
-/// `onApplyStylePreset`, `onSaveStylePreset` and `presetsForTool`. The others (the widget's
-/// hooks, overlays, merging, cancelling an image edit, the clipboard) stay the window's.
+/// `onApplyStylePreset`, `onSaveStylePreset`, `onImageChanged` and `presetsForTool`. The others
+/// (the widget's hooks, overlays, merging, cancelling an image edit, the clipboard) stay the
+/// window's.
 class EditorModel {
 public:
     /// Puts `image` on the canvas, fills the tool styles (the remembered ones when
@@ -57,6 +58,9 @@ public:
     EditorModel(const EditorModel&) = delete;
     EditorModel& operator=(const EditorModel&) = delete;
 
+    /// The image changed (an operation, or undo and redo of one); the window keeps its bundle
+    /// in step. The model has taken the new image and refreshed the read-outs by then.
+    std::function<void(const QImage&)> onImageChanged;
     /// Called with the new controls after every change that alters them.
     std::function<void(const EditorControls&)> onControlsChanged;
     EditorControls controls() const;
@@ -76,6 +80,10 @@ public:
     const ToolStyles& toolStyles() const { return m_toolStyles; }
     /// The image as it was when the current image-edit session began.
     const std::optional<QImage>& editImageEntrySnapshot() const { return m_editImageEntrySnapshot; }
+    /// The annotations as they were when the session began (rotating and flipping move them).
+    const std::optional<AnnotationList>& editImageEntryAnnotations() const {
+        return m_editImageEntryAnnotations;
+    }
     bool editImageSessionMutated() const { return m_editImageSessionMutated; }
     void setEditImageSessionMutated(bool mutated) { m_editImageSessionMutated = mutated; }
 
@@ -176,6 +184,7 @@ private:
     bool m_showsAnnotations = true;
     bool m_hasAnnotations = false;
     std::optional<QImage> m_editImageEntrySnapshot;
+    std::optional<AnnotationList> m_editImageEntryAnnotations;
     bool m_editImageSessionMutated = false;
     ToolStyles m_toolStyles;
 

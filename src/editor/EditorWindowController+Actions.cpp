@@ -12,6 +12,7 @@
 #include <QComboBox>
 #include <QFileDialog>
 #include <QImageReader>
+#include <QShortcut>
 #include <QToolButton>
 
 #include <algorithm>
@@ -73,14 +74,38 @@ void EditorWindowController::connectActions() {
     connect(m_editImageButton, &QToolButton::clicked, this,
             [this] { selectTool(Tool::editImage); });
     connect(m_discardButton, &QToolButton::clicked, this, &EditorWindowController::discardAndClose);
-    // Saving, exporting and copying are not wired up yet; their controls stay disabled.
-    m_copyButton->setEnabled(false);
-    m_saveButton->setEnabled(false);
-    connect(m_cancelEditButton, &QToolButton::clicked, this, &EditorWindowController::endImageEdit);
-    m_applyEditButton->setEnabled(false);
+    connect(m_copyButton, &QToolButton::clicked, this, &EditorWindowController::copyImage);
+    m_saveButton->onMainClick = [this] { performSelectedSave(); };
+    m_saveButton->onChevronClick = [this] { showSaveModeMenu(); };
 
+    const std::pair<const char*, std::function<void()>> operations[] = {
+        {"rotate-right", [this] { rotateRight(); }},
+        {"flip-horizontal", [this] { flip(Qt::Horizontal); }},
+        {"flip-vertical", [this] { flip(Qt::Vertical); }},
+        {"resize", [this] { presentResizeDialog(); }},
+        {"auto-enhance", [this] { autoEnhanceImage(); }},
+        {"straighten", [this] { straightenDocument(); }},
+    };
+    for (const auto& [name, run] : operations) {
+        if (auto* button = m_imageEditGroup->findChild<QToolButton*>(QLatin1String(name))) {
+            connect(button, &QToolButton::clicked, this, run);
+        }
+    }
+    connect(m_cancelEditButton, &QToolButton::clicked, this,
+            &EditorWindowController::cancelImageEdit);
+    connect(m_applyEditButton, &QToolButton::clicked, this,
+            &EditorWindowController::applyImageEdit);
+    // Apply answers Return while the session's controls are shown.
+    for (int key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* shortcut = new QShortcut(QKeySequence(key), m_applyEditButton);
+        shortcut->setContext(Qt::WindowShortcut);
+        connect(shortcut, &QShortcut::activated, this, &EditorWindowController::applyImageEdit);
+    }
+
+    m_model->onImageChanged = [this](const QImage& image) { imageDidChange(image); };
     CanvasDocument& canvas = m_canvas->document();
-    canvas.onEditImageCancelled = [this] { endImageEdit(); };
+    canvas.onEditImageCancelled = [this] { cancelImageEdit(); };
+    canvas.onMergeIntoImage = [this](const AnnotationIDSet& ids) { mergeIntoImage(ids); };
     canvas.onRequestAddOverlay = [this](std::optional<QPointF> point) {
         const QString path = QFileDialog::getOpenFileName(
             this, QString(), QString(),
@@ -118,10 +143,6 @@ void EditorWindowController::routeColorPanel() {
 
 void EditorWindowController::selectTool(Tool tool) {
     m_model->selectTool(tool);
-}
-
-void EditorWindowController::endImageEdit() {
-    selectTool(Tool::select);
 }
 
 void EditorWindowController::toolChevronPressed(Tool tool) {

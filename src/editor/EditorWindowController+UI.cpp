@@ -367,10 +367,11 @@ QWidget* EditorWindowController::buildFooter() {
     normal->setContentsMargins(0, 0, 0, 0);
     m_discardButton = textButton(QStringLiteral("trash"), QStringLiteral("Discard"), bar);
     m_copyButton = textButton(QStringLiteral("copy"), QStringLiteral("Copy"), bar);
+    m_copyButton->setToolTip(QStringLiteral("Copy the picture (Ctrl+Shift+C)"));
     m_saveButton = new SaveSplitButton(bar);
     m_saveButton->setIcon(
         editorIcon(QStringLiteral("save"), palette().color(QPalette::ButtonText)));
-    m_saveButton->setTitle(QStringLiteral("Save"));
+    m_saveButton->setTitle(saveModeTitle(m_services.settings.saveMode()));
     normal->addWidget(m_discardButton);
     normal->addWidget(m_copyButton);
     normal->addWidget(m_saveButton);
@@ -404,9 +405,6 @@ QWidget* EditorWindowController::buildImageEditGroup() {
     for (const auto& [icon, tip] : operations) {
         QToolButton* button = iconButton(QString::fromLatin1(icon), QString::fromUtf8(tip), group);
         button->setObjectName(QString::fromLatin1(icon));
-        // The operations themselves come with the image-operations work; until then the
-        // buttons show what the mode will offer but do nothing.
-        button->setEnabled(false);
         row->addWidget(button);
     }
     row->addSpacing(12);

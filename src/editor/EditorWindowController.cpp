@@ -66,6 +66,9 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { close(); });
     auto* closeKey = new QShortcut(QKeySequence::Close, this);
     connect(closeKey, &QShortcut::activated, this, &QWidget::close);
+    // Ctrl+C copies annotations inside the canvas; the whole picture has a key of its own.
+    auto* copyKey = new QShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+C")), this);
+    connect(copyKey, &QShortcut::activated, this, &EditorWindowController::copyImage);
 }
 
 EditorWindowController::~EditorWindowController() {

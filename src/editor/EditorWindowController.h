@@ -4,6 +4,7 @@
 #include "model/Annotation.h"
 
 #include <QPointer>
+#include <QSet>
 #include <QWidget>
 
 #include <functional>
@@ -30,6 +31,15 @@ class PresetMenuController;
 class SaveSplitButton;
 class Settings;
 class StyleLibrary;
+class ResizeImageDialog;
+enum class ExportFormat;
+enum class SaveMode;
+namespace imageops {
+struct Edited;
+}
+
+/// The save split button's title for a save mode.
+QString saveModeTitle(SaveMode mode);
 
 /// What an editor window is opened with.
 struct EditorDocument {
@@ -80,6 +90,33 @@ public:
     /// Deletes the window's bundle and closes without saving.
     void discardAndClose();
 
+    // --- Saving (EditorWindowController+Save) ------------------------------------------------
+    void performSelectedSave();
+    void pickSaveMode(SaveMode mode);
+    void exportToDesktop();
+    void exportAs();
+    void saveProject();
+    void copyImage();
+    /// Writes the flattened picture; false (with a "Save failed: " line) when it could not.
+    bool exportPicture(ExportFormat format, const QString& path);
+    /// Writes a project bundle at `path`, replacing what is there only once it is complete.
+    bool writeProject(const QString& path);
+
+    // --- Image operations (EditorWindowController+ImageEdit, +Resize) ------------------------
+    void rotateRight();
+    void flip(Qt::Orientation axis);
+    void autoEnhanceImage();
+    void straightenDocument();
+    void applyImageEdit();
+    void cancelImageEdit();
+    void presentResizeDialog();
+    void resizeImage(QSize size);
+    void mergeIntoImage(const QSet<AnnotationID>& ids);
+    /// The assistant's named filters; false for an unknown kind or no result.
+    bool applyFilter(const QString& kind, double strength);
+    /// The assistant's edited picture replaces the image, annotations mapped onto it.
+    void replaceImageWithAssistantResult(const QImage& image);
+
 protected:
     void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
@@ -102,10 +139,17 @@ private:
     void zoomSteps(int steps, QPointF anchor);
     void magnify(double factor, QPointF anchor);
     void routeColorPanel();
-    void endImageEdit();
 
     // Closing
     void saveOnClose();
+
+    // +Save
+    std::optional<QImage> flattenedPicture();
+    void showSaveModeMenu();
+
+    // +ImageEdit
+    void imageDidChange(const QImage& image);
+    void replaceInSession(const imageops::Edited& edited, std::optional<QRectF> crop);
 
     EditorServices m_services;
     QImage m_image;
@@ -118,6 +162,7 @@ private:
     CenteringClipView* m_scrollView = nullptr;
     std::unique_ptr<EditorModel> m_model;
     std::unique_ptr<PresetMenuController> m_presetMenu;
+    QPointer<ResizeImageDialog> m_resizeDialog;
 
     // Toolbar
     std::map<Tool, QToolButton*> m_toolButtons;

@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # End to end, as a person uses it: the real app on its own X server, opened with an image on the
 # command line, a rectangle drawn with the R key and a mouse drag; then the window closed with
-# Ctrl+W, and a second time the app ended by SIGTERM with the window open. Each time the history
-# bundle on disk must hold that rectangle. Processes are stopped by PID.
-# usage: editor_draws_and_saves.sh path/to/vellumix
+# Ctrl+W, a second time the app ended by SIGTERM with the window open (each time the history
+# bundle on disk must hold that rectangle), and a third time the picture copied with
+# Ctrl+Shift+C, which must still paste, rectangle included, once its window has closed and with
+# no clipboard manager running. Processes are stopped by PID.
+# usage: editor_draws_and_saves.sh path/to/vellumix path/to/pixel_probe
 set -euo pipefail
 APP=$1
+PROBE=$2
 WORK=$(mktemp -d)
 XVFB_PID="" APP_PID=""
 stop() {
@@ -94,3 +97,19 @@ kill -TERM "$APP_PID"
 timeout 10 tail --pid="$APP_PID" -f /dev/null || fail "the app did not quit on SIGTERM"
 APP_PID=""
 expect_saved_rectangle "quit by SIGTERM"
+
+# Copied with Ctrl+Shift+C (the window then closes): the app keeps serving the clipboard.
+sleep 1.1
+open_and_draw
+xdotool key ctrl+shift+c
+for _ in $(seq 1 100); do
+  xdotool search --onlyvisible --pid "$APP_PID" --name '^Vellumix$' >/dev/null 2>&1 || break
+  sleep 0.05
+done
+timeout 10 xclip -selection clipboard -t image/png -o >"$WORK/pasted.png" ||
+  fail "the clipboard holds no PNG"
+PROBED=$("$PROBE" "$WORK/pasted.png" 50 85 100 85 10 10 | tr '\n' ' ')
+case "$PROBED" in
+  "400x300 #e01b24ff #ffffffff #ffffffff ") echo "PASS (copied): $PROBED" ;;
+  *) fail "the pasted picture is not the annotated image: $PROBED" ;;
+esac

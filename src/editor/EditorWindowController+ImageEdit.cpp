@@ -1,0 +1,164 @@
+#include "EditorModel.h"
+#include "EditorWindowController.h"
+#include "canvas/AnnotationCanvasView.h"
+#include "imaging/ImageOperations.h"
+#include "library/HistoryStore.h"
+#include "library/Settings.h"
+#include "platform/ImageFilters.h"
+
+#include <QApplication>
+
+#include <cstdio>
+
+namespace vellumix {
+
+namespace {
+
+void beep() {
+    QApplication::beep();
+}
+
+} // namespace
+
+void EditorWindowController::imageDidChange(const QImage& image) {
+    m_image = image;
+    // The bundle follows every change of the picture, undo and redo included.
+    HistoryStore* history = m_services.history;
+    if (!history || !m_bundlePath) {
+        return;
+    }
+    const AnnotationList& annotations = m_canvas->document().annotations();
+    if (const Status written = history->writeAnnotations(*m_bundlePath, annotations); !written) {
+        return; // bundle failures are silent; the picture in the window is what counts
+    }
+    (void)history->refreshImage(image, *m_bundlePath);
+}
+
+void EditorWindowController::replaceInSession(const imageops::Edited& edited,
+                                              std::optional<QRectF> crop) {
+    CanvasDocument& document = m_canvas->document();
+    // The crop first: the read-outs refresh with the new image and show the crop's size.
+    document.cropRect = crop;
+    document.setImageAndAnnotations(edited.image, edited.annotations);
+    m_model->setEditImageSessionMutated(true);
+    m_canvas->update();
+}
+
+void EditorWindowController::rotateRight() {
+    CanvasDocument& document = m_canvas->document();
+    const QSize before = m_image.size();
+    const auto rotated = imageops::rotateRight(m_image, document.annotations());
+    if (!rotated) {
+        beep();
+        return;
+    }
+    std::optional<QRectF> crop = document.cropRect;
+    if (crop) {
+        crop = imageops::rotateCropRight(*crop, before);
+    }
+    replaceInSession(*rotated, crop);
+}
+
+void EditorWindowController::flip(Qt::Orientation axis) {
+    CanvasDocument& document = m_canvas->document();
+    const auto flipped = imageops::flip(m_image, document.annotations(), axis);
+    if (!flipped) {
+        beep();
+        return;
+    }
+    std::optional<QRectF> crop = document.cropRect;
+    if (crop) {
+        crop = imageops::flipCrop(*crop, m_image.size(), axis);
+    }
+    replaceInSession(*flipped, crop);
+}
+
+void EditorWindowController::autoEnhanceImage() {
+    const auto enhanced = filters::autoEnhance(m_image);
+    if (!enhanced) {
+        beep();
+        return;
+    }
+    replaceInSession({*enhanced, m_canvas->document().annotations()},
+                     m_canvas->document().cropRect);
+}
+
+void EditorWindowController::straightenDocument() {
+    const auto straightened = filters::straightenDocument(m_image);
+    if (!straightened) {
+        beep();
+        return;
+    }
+    // The page becomes the whole picture: the crop starts over on it, the annotations stay.
+    CanvasDocument& document = m_canvas->document();
+    replaceInSession({*straightened, document.annotations()},
+                     QRectF(QPointF(20, 20), QSizeF(straightened->size())));
+}
+
+void EditorWindowController::applyImageEdit() {
+    CanvasDocument& document = m_canvas->document();
+    if (!document.cropRect) {
+        beep();
+        return;
+    }
+    const Color blank = m_services.settings.blankCanvasColor();
+    const auto cropped = imageops::crop(m_image, document.annotations(), *document.cropRect, blank);
+    if (!cropped) {
+        beep();
+        return;
+    }
+    // One step undoes the whole session: the image and annotations from before it began.
+    document.replaceImage(cropped->image, cropped->annotations, QStringLiteral("Edit Image"),
+                          m_model->editImageEntrySnapshot(), m_model->editImageEntryAnnotations());
+    selectTool(Tool::select);
+}
+
+void EditorWindowController::cancelImageEdit() {
+    const auto& snapshot = m_model->editImageEntrySnapshot();
+    if (m_model->editImageSessionMutated() && snapshot) {
+        m_canvas->document().setImageAndAnnotations(
+            *snapshot,
+            m_model->editImageEntryAnnotations().value_or(m_canvas->document().annotations()));
+    }
+    selectTool(Tool::select);
+}
+
+void EditorWindowController::mergeIntoImage(const AnnotationIDSet& ids) {
+    CanvasDocument& document = m_canvas->document();
+    document.commitTextEditing(false);
+    const auto merged = imageops::merge(m_image, document.annotations(), ids);
+    if (!merged) {
+        beep();
+        return;
+    }
+    const int count = int(document.annotations().size() - merged->annotations.size());
+    document.replaceImage(merged->image, merged->annotations, imageops::mergeActionName(count));
+    document.setSelection({});
+}
+
+bool EditorWindowController::applyFilter(const QString& kind, double strength) {
+    const auto filtered = filters::applyFilter(m_image, kind, strength);
+    if (!filtered) {
+        return false;
+    }
+    const QString name = kind.toLower();
+    const QString title = name.left(1).toUpper() + name.mid(1);
+    CanvasDocument& document = m_canvas->document();
+    document.replaceImage(*filtered, document.annotations(),
+                          QStringLiteral("Apply %1 (AI)").arg(title));
+    return true;
+}
+
+void EditorWindowController::replaceImageWithAssistantResult(const QImage& image) {
+    if (image.isNull()) {
+        return;
+    }
+    CanvasDocument& document = m_canvas->document();
+    QImage normalized = image;
+    normalized.setDevicePixelRatio(1);
+    document.replaceImage(
+        normalized, imageops::mapToNewImage(document.annotations(), m_image.size(), image.size()),
+        QStringLiteral("Gemini Edit"));
+}
+
+} // namespace vellumix

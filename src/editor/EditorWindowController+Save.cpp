@@ -1,0 +1,223 @@
+#include "EditorModel.h"
+#include "EditorWindowController.h"
+#include "ExportFormats.h"
+#include "SplitButtons.h"
+#include "bundle/ProjectBundle.h"
+#include "canvas/AnnotationCanvasView.h"
+#include "library/HistoryStore.h"
+#include "library/Settings.h"
+#include "platform/BundleServices.h"
+#include "platform/ImageExport.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDateTime>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMenu>
+#include <QMimeData>
+#include <QStandardPaths>
+
+#include <cstdio>
+
+namespace vellumix {
+
+namespace {
+
+void report(const QString& line) {
+    std::printf("%s\n", qPrintable(line));
+    std::fflush(stdout);
+}
+
+} // namespace
+
+QString saveModeTitle(SaveMode mode) {
+    switch (mode) {
+    case SaveMode::toDesktop:
+        return QStringLiteral("Export to Desktop");
+    case SaveMode::saveAs:
+        return QStringLiteral("Export as…");
+    case SaveMode::saveProject:
+        return QStringLiteral("Save Project…");
+    }
+    return {};
+}
+
+std::optional<QImage> EditorWindowController::flattenedPicture() {
+    CanvasDocument& document = m_canvas->document();
+    // With the annotations hidden, what is saved is the plain image.
+    return document.flatten(
+        render::FlattenOptions(QSizeF(m_image.size()), false, document.showsAnnotations()));
+}
+
+void EditorWindowController::performSelectedSave() {
+    switch (m_services.settings.saveMode()) {
+    case SaveMode::toDesktop:
+        exportToDesktop();
+        break;
+    case SaveMode::saveAs:
+        exportAs();
+        break;
+    case SaveMode::saveProject:
+        saveProject();
+        break;
+    }
+}
+
+void EditorWindowController::showSaveModeMenu() {
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const SaveMode current = m_services.settings.saveMode();
+    for (SaveMode mode : {SaveMode::toDesktop, SaveMode::saveAs, SaveMode::saveProject}) {
+        QAction* item = menu->addAction(saveModeTitle(mode));
+        item->setCheckable(true);
+        item->setChecked(mode == current);
+        connect(item, &QAction::triggered, this, [this, mode] { pickSaveMode(mode); });
+    }
+    menu->popup(m_saveButton->mapToGlobal(QPoint(0, m_saveButton->height() + 2)));
+}
+
+void EditorWindowController::pickSaveMode(SaveMode mode) {
+    m_services.settings.setSaveMode(mode);
+    m_saveButton->setTitle(saveModeTitle(mode));
+    performSelectedSave();
+}
+
+bool EditorWindowController::exportPicture(ExportFormat format, const QString& path) {
+    const auto picture = flattenedPicture();
+    if (!picture) {
+        return false;
+    }
+    if (const Status status = exportImage(*picture, format, path); !status) {
+        report(QStringLiteral("Save failed: ") + status.error().message);
+        return false;
+    }
+    report(QStringLiteral("[Vellumix] Exported %1").arg(path));
+    if (m_services.settings.closeAfterSave()) {
+        close();
+    }
+    return true;
+}
+
+void EditorWindowController::exportToDesktop() {
+    QString folder = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
+        // Many Linux desktops have no desktop folder at all; home is where files land then.
+        const QString home = QDir::homePath();
+        report(QStringLiteral("[Vellumix] No desktop folder (%1); exporting to %2 instead")
+                   .arg(folder.isEmpty() ? QStringLiteral("none configured") : folder, home));
+        folder = home;
+    }
+    const QString name = suggestedBaseName(QDateTime::currentDateTime()) + QStringLiteral(".png");
+    exportPicture(ExportFormat::png, QDir(folder).filePath(name));
+}
+
+void EditorWindowController::exportAs() {
+    QFileDialog dialog(this);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.setWindowTitle(saveModeTitle(SaveMode::saveAs));
+    std::vector<ExportFormat> offered;
+    QStringList filters;
+    for (ExportFormat format :
+         {ExportFormat::png, ExportFormat::jpeg, ExportFormat::heic, ExportFormat::tiff,
+          ExportFormat::gif, ExportFormat::bmp, ExportFormat::webp}) {
+        if (canExport(format)) {
+            offered.push_back(format);
+            filters << nameFilter(format);
+        }
+    }
+    dialog.setNameFilters(filters);
+    ExportFormat chosen = preselectedFormat(m_sourceFormat);
+    if (!canExport(chosen)) {
+        chosen = ExportFormat::png;
+    }
+    dialog.selectNameFilter(nameFilter(chosen));
+    dialog.setDefaultSuffix(fileExtensions(chosen).front());
+    // Choosing another type changes the extension added to a name typed without one.
+    connect(&dialog, &QFileDialog::filterSelected, &dialog, [&](const QString& filter) {
+        const auto index = filters.indexOf(filter);
+        if (index >= 0) {
+            dialog.setDefaultSuffix(fileExtensions(offered[size_t(index)]).front());
+        }
+    });
+    dialog.selectFile(suggestedBaseName(QDateTime::currentDateTime()));
+    QApplication::setActiveWindow(this);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+        return;
+    }
+    const QString path = dialog.selectedFiles().constFirst();
+    // The written format follows the name's extension, not the list alone.
+    exportPicture(formatForPath(path), path);
+}
+
+void EditorWindowController::saveProject() {
+    QFileDialog dialog(this);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.setWindowTitle(saveModeTitle(SaveMode::saveProject));
+    dialog.setNameFilter(QStringLiteral("Vellumix project (*.vellumix)"));
+    dialog.setDefaultSuffix(QStringLiteral("vellumix"));
+    dialog.selectFile(suggestedBaseName(QDateTime::currentDateTime()));
+    QApplication::setActiveWindow(this);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+        return;
+    }
+    writeProject(dialog.selectedFiles().constFirst());
+}
+
+bool EditorWindowController::writeProject(const QString& path) {
+    CanvasDocument& document = m_canvas->document();
+    document.commitTextEditing(false);
+    // Written beside the target first, so a failure never costs the project already there.
+    const QString partial = path + QStringLiteral(".partial");
+    QDir(partial).removeRecursively();
+    const Status written =
+        bundle::write(m_image, document.annotations(), partial, platformBundleServices());
+    QString failure;
+    if (!written) {
+        failure = written.error().message;
+    } else {
+        const QFileInfo target(path);
+        if (target.isDir()) {
+            QDir(path).removeRecursively();
+        } else if (target.exists()) {
+            QFile::remove(path);
+        }
+        if (!QDir().rename(partial, path)) {
+            failure = QStringLiteral("%1: the project could not be moved into place").arg(path);
+        }
+    }
+    if (!failure.isEmpty()) {
+        QDir(partial).removeRecursively();
+        QApplication::beep();
+        report(QStringLiteral("Save Project failed: ") + failure);
+        return false;
+    }
+    if (m_services.history) {
+        m_services.history->recordExternal(QFileInfo(path).absoluteFilePath());
+    }
+    report(QStringLiteral("[Vellumix] Saved project %1").arg(path));
+    if (m_services.settings.closeAfterSave()) {
+        close();
+    }
+    return true;
+}
+
+void EditorWindowController::copyImage() {
+    const auto picture = flattenedPicture();
+    if (!picture) {
+        return;
+    }
+    // The application owns the clipboard from here on, also after this window closes; Qt
+    // offers the picture as PNG and every other image type it can write.
+    auto* data = new QMimeData;
+    data->setImageData(*picture);
+    QGuiApplication::clipboard()->setMimeData(data, QClipboard::Clipboard);
+    if (m_services.settings.closeAfterSave()) {
+        close();
+    }
+}
+
+} // namespace vellumix

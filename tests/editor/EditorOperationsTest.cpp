@@ -1,0 +1,144 @@
+#include "EditorWindowFixture.h"
+
+#include <QClipboard>
+#include <QMimeData>
+
+namespace {
+
+// A picture whose corners are told apart: red top-left, blue top-right, green bottom-left.
+QImage cornersImage(int w, int h) {
+    QImage image = whiteImage(w, h);
+    image.setPixelColor(0, 0, Qt::red);
+    image.setPixelColor(w - 1, 0, Qt::blue);
+    image.setPixelColor(0, h - 1, Qt::green);
+    return image;
+}
+
+} // namespace
+
+TEST_F(EditorWindowTest, ASessionRotatesThenCancelRestoresEverything) {
+    EditorDocument document;
+    document.image = cornersImage(400, 300);
+    const auto bundle = history.createBundle(document.image, {});
+    ASSERT_TRUE(bundle);
+    document.bundlePath = *bundle;
+    document.initialAnnotations = {rectAt({40, 60, 80, 40})};
+    window = open(std::move(document));
+
+    QTest::mouseClick(editImageButton(), Qt::LeftButton);
+    ASSERT_EQ(doc().activeTool(), Tool::editImage);
+    EXPECT_TRUE(applyEditButton()->isVisible());
+    EXPECT_FALSE(copyButton()->isVisible());
+    QTest::mouseClick(imageEditButton("rotate-right"), Qt::LeftButton);
+    EXPECT_EQ(window->model().image().size(), QSize(300, 400));
+    // Turned clockwise: the red top-left corner is now the top-right one.
+    EXPECT_EQ(window->model().image().pixelColor(299, 0), QColor(Qt::red));
+    EXPECT_EQ(imageDims(), QStringLiteral("300 × 400 px"));
+    EXPECT_EQ(doc().cropRect, QRectF(20, 20, 300, 400)); // the crop turned with it
+    EXPECT_EQ(doc().undoStack().count(), 0);             // no undo steps inside a session
+    // The bundle follows at once.
+    EXPECT_EQ(bundle::readImage(*bundle).size(), QSize(300, 400));
+
+    QTest::mouseClick(cancelEditButton(), Qt::LeftButton);
+    EXPECT_EQ(doc().activeTool(), Tool::select);
+    EXPECT_EQ(window->model().image().size(), QSize(400, 300));
+    EXPECT_EQ(window->model().image().pixelColor(0, 0), QColor(Qt::red));
+    EXPECT_EQ(geometry::bounds(doc().annotations()[0]), QRectF(40, 60, 80, 40));
+    EXPECT_EQ(bundle::readImage(*bundle).size(), QSize(400, 300));
+    EXPECT_FALSE(doc().cropRect);
+}
+
+TEST_F(EditorWindowTest, ApplyingACropIsOneUndoableStep) {
+    openImage(400, 300, {rectAt({100, 100, 50, 50})});
+    canvas()->setFocus();
+    QTest::keyClick(canvas(), Qt::Key_E);
+    ASSERT_EQ(doc().activeTool(), Tool::editImage);
+    QTest::mouseClick(imageEditButton("flip-horizontal"), Qt::LeftButton);
+    // A crop from image pixel (100, 50), 350 wide: 50 past the right edge, 200 high.
+    doc().cropRect = QRectF(120, 70, 350, 200);
+    QTest::keyClick(window.get(), Qt::Key_Return); // Apply answers Return
+    EXPECT_EQ(doc().activeTool(), Tool::select);
+    const QImage& cropped = window->model().image();
+    ASSERT_EQ(cropped.size(), QSize(350, 200));
+    EXPECT_EQ(cropped.pixelColor(10, 10), QColor(Qt::white));
+    EXPECT_EQ(cropped.pixelColor(320, 10), QColor(Qt::black)); // past the edge: blank colour
+    // Image columns 80…130 mirror to 270…320 (canvas 290), then the crop moves it by −100.
+    EXPECT_EQ(geometry::bounds(doc().annotations()[0]), QRectF(190, 50, 50, 50));
+    EXPECT_EQ(doc().undoStack().undoText(), QStringLiteral("Edit Image"));
+    doc().undoStack().undo();
+    EXPECT_EQ(window->model().image().size(), QSize(400, 300));
+    EXPECT_EQ(geometry::bounds(doc().annotations()[0]), QRectF(100, 100, 50, 50));
+    EXPECT_EQ(imageDims(), QStringLiteral("400 × 300 px"));
+    // An empty crop beeps and changes nothing.
+    QTest::keyClick(canvas(), Qt::Key_E);
+    doc().cropRect = QRectF(100, 100, 0, 40);
+    QTest::mouseClick(applyEditButton(), Qt::LeftButton);
+    EXPECT_EQ(window->model().image().size(), QSize(400, 300));
+    EXPECT_EQ(doc().activeTool(), Tool::editImage);
+}
+
+TEST_F(EditorWindowTest, MergingDrawsTheAnnotationsIntoThePixels) {
+    openImage(400, 300, {rectAt({40, 40, 100, 60}), rectAt({200, 200, 40, 40})});
+    const AnnotationID first = idOf(doc().annotations()[0]);
+    ASSERT_TRUE(doc().onMergeIntoImage);
+    doc().onMergeIntoImage({first});
+    ASSERT_EQ(doc().annotations().size(), 1u);
+    // The left edge of the merged rectangle (x 40 on the canvas) is image column 20.
+    EXPECT_EQ(window->model().image().pixelColor(20, 50).rgb(), SystemColors::red.toQColor().rgb());
+    EXPECT_EQ(doc().undoStack().undoText(), QStringLiteral("Merge Annotation into Image"));
+    doc().undoStack().undo();
+    EXPECT_EQ(doc().annotations().size(), 2u);
+    EXPECT_EQ(window->model().image().pixelColor(20, 50), QColor(Qt::white));
+}
+
+TEST_F(EditorWindowTest, ExportsAndCopiesTheFlattenedPicture) {
+    settings.setCloseAfterSave(false);
+    openImage(400, 300, {rectAt({40, 40, 100, 60})});
+    // Exported in the format of the chosen name's extension.
+    const QString jpeg = dir.filePath("out.jpg");
+    ASSERT_TRUE(window->exportPicture(ExportFormat::jpeg, jpeg));
+    QImageReader reader(jpeg);
+    EXPECT_EQ(reader.format(), QByteArray("jpeg"));
+    EXPECT_EQ(reader.size(), QSize(400, 300));
+    EXPECT_TRUE(window->isVisible()); // close-after-save is off
+
+    // With the annotations hidden the export holds the plain image.
+    QTest::mouseClick(visibilityToggle(), Qt::LeftButton);
+    const QString png = dir.filePath("plain.png");
+    ASSERT_TRUE(window->exportPicture(ExportFormat::png, png));
+    EXPECT_EQ(QImage(png).pixelColor(20, 40), QColor(Qt::white));
+    QTest::mouseClick(visibilityToggle(), Qt::LeftButton);
+
+    // A folder that cannot be written: nothing closes, nothing is written.
+    EXPECT_FALSE(window->exportPicture(ExportFormat::png, dir.filePath("missing/sub/x.png")));
+    EXPECT_TRUE(window->isVisible());
+
+    // Copy puts the annotated picture on the clipboard; with close-after-save on it closes.
+    settings.setCloseAfterSave(true);
+    QTest::mouseClick(copyButton(), Qt::LeftButton);
+    const QImage copied = QGuiApplication::clipboard()->image();
+    ASSERT_EQ(copied.size(), QSize(400, 300));
+    EXPECT_EQ(copied.pixelColor(20, 40).rgb(), SystemColors::red.toQColor().rgb());
+    EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(EditorWindowTest, SavingAProjectReplacesOnlyWhenComplete) {
+    settings.setCloseAfterSave(false);
+    openImage(400, 300, {rectAt({40, 40, 100, 60})});
+    const QString project = dir.filePath("work.vellumix");
+    ASSERT_TRUE(QDir().mkpath(project + "/old-stuff"));
+    ASSERT_TRUE(window->writeProject(project));
+    EXPECT_FALSE(QDir(project + "/old-stuff").exists());
+    EXPECT_EQ(bundle::loadAnnotations(project).size(), 1u);
+    EXPECT_EQ(bundle::readImage(project).size(), QSize(400, 300));
+    EXPECT_EQ(settings.externalBundles().value(0), QFileInfo(project).absoluteFilePath());
+    // A write that fails (here: a file squats where the new bundle is assembled) leaves the
+    // project already there as it was.
+    window->canvasView()->document().setAnnotationsWithoutUndo({});
+    QFile squatter(project + ".partial");
+    ASSERT_TRUE(squatter.open(QIODevice::WriteOnly));
+    squatter.close();
+    EXPECT_FALSE(window->writeProject(project));
+    EXPECT_EQ(bundle::loadAnnotations(project).size(), 1u);
+    EXPECT_TRUE(window->isVisible());
+}
