@@ -13,7 +13,7 @@ PACKAGES=(
   libopencv-core-dev libopencv-imgproc-dev
   libtesseract-dev tesseract-ocr-eng
   libpoppler-qt6-dev
-  libheif-dev libwebp-dev libpng-dev zlib1g-dev
+  libheif-dev libwebp-dev libjpeg-dev libpng-dev zlib1g-dev
   # secret storage and desktop integration
   qtkeychain-qt6-dev libsecret-1-0 libsecret-tools gnome-keyring dbus dbus-daemon dbus-x11
   libglib2.0-dev libglib2.0-bin

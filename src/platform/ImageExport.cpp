@@ -195,7 +195,7 @@ Result<QByteArray> encodeImage(const QImage& image, ExportFormat format) {
     case ExportFormat::png:
         return orEncodingError(encodePngFast(prepared));
     case ExportFormat::jpeg:
-        return orEncodingError(writeWithQt(onWhite(prepared), "jpeg", jpegQuality));
+        return orEncodingError(encodeJpeg(onWhite(prepared), jpegQuality));
     case ExportFormat::heic:
         if (!canExport(ExportFormat::heic)) {
             return Error{QStringLiteral("cannot create image/heic destination")};

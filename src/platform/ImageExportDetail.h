@@ -45,5 +45,7 @@ bool heicEncoderAvailable();
 Result<QByteArray> encodeHeic(const QImage& prepared);
 Result<QByteArray> encodeWebp(const QImage& prepared);
 std::optional<QByteArray> encodeGif(const QImage& prepared);
+/// `opaque` is RGB32 (see onWhite); quality on libjpeg's 0…100 scale.
+std::optional<QByteArray> encodeJpeg(const QImage& opaque, int quality);
 
 } // namespace vellumix::exportDetail

@@ -55,16 +55,23 @@ open_and_draw() {
   WINDOW=$(timeout 20 xdotool search --sync --onlyvisible --pid "$APP_PID" --name '^Vellumix$' |
     head -1) || fail "no editor window appeared"
   [ "$(xdotool getwindowname "$WINDOW")" = "Vellumix" ] || fail "window title"
-  xdotool windowfocus --sync "$WINDOW"
+  # Typing goes to the focused window: wait until the editor has the focus (a loaded machine
+  # can take a while to map and focus it).
+  for _ in $(seq 1 50); do
+    xdotool windowfocus "$WINDOW" 2>/dev/null || true
+    [ "$(xdotool getwindowfocus 2>/dev/null)" = "$WINDOW" ] && break
+    sleep 0.1
+  done
   sleep 0.5
   eval "$(xdotool getwindowgeometry --shell "$WINDOW")"
   at() { echo $((X + 200 + $1)) $((Y + 130 + $2)); }
   xdotool key r
-  xdotool mousemove $(at 50 50) mousedown 1
-  xdotool mousemove $(at 100 85)
-  xdotool mousemove $(at 150 120)
+  sleep 0.2
+  xdotool mousemove $(at 50 50) sleep 0.1 mousedown 1 sleep 0.1
+  xdotool mousemove $(at 100 85) sleep 0.1
+  xdotool mousemove $(at 150 120) sleep 0.1
   xdotool mouseup 1
-  sleep 0.3
+  sleep 0.5
 }
 
 # The newest history bundle must hold exactly the drawn rectangle.
