@@ -1,6 +1,6 @@
 #include "EditorModel.h"
 #include "EditorWindowController.h"
-#include "ExportFormats.h"
+#include "imaging/ExportFormats.h"
 #include "SplitButtons.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationCanvasView.h"

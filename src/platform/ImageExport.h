@@ -1,6 +1,6 @@
 #pragma once
 
-#include "editor/ExportFormats.h"
+#include "imaging/ExportFormats.h"
 #include "model/AtomicFile.h"
 #include "model/Result.h"
 

@@ -7,7 +7,7 @@
 #include "editor/ColorWell.h"
 #include "editor/EditorModel.h"
 #include "editor/EditorWindowController.h"
-#include "editor/ExportFormats.h"
+#include "imaging/ExportFormats.h"
 #include "library/HistoryStore.h"
 #include "library/Settings.h"
 #include "library/StyleLibrary.h"

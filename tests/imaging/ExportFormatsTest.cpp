@@ -1,4 +1,4 @@
-#include "editor/ExportFormats.h"
+#include "imaging/ExportFormats.h"
 
 #include <QLocale>
 #include <QTimeZone>
