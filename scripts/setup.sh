@@ -20,7 +20,7 @@ PACKAGES=(
   # X11 capture and key grabs
   libx11-dev libxcb-keysyms1-dev
   # JSON
-  nlohmann-json3-dev
+  nlohmann-json3-dev libsimdjson-dev
   # tests, benchmarks and fuzzing
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   xvfb xauth x11-apps xdotool xclip fonts-dejavu-core clang-14 libclang-rt-14-dev

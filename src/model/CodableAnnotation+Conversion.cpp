@@ -1,5 +1,6 @@
 #include "AnnotationStyle.h"
 #include "CodableAnnotation.h"
+#include "Parallel.h"
 
 #include <cmath>
 
@@ -305,21 +306,36 @@ AnnotationList decodeAnnotations(std::string_view text, const OverlayImageLoader
     if (!records) {
         return {};
     }
+    // Building annotations (paths, colours, overlay images) costs more than parsing: records
+    // are converted in ranges on every core, each into its own slot, and kept in file order.
+    const int count = static_cast<int>(records->size());
+    std::vector<std::optional<Annotation>> built(records->size());
+    const int pieces = parallelPieces(count, 512);
+    runInParallel(pieces, [&](int piece) {
+        const int begin = static_cast<int>(static_cast<long long>(count) * piece / pieces);
+        const int end = static_cast<int>(static_cast<long long>(count) * (piece + 1) / pieces);
+        for (int i = begin; i < end; ++i) {
+            const CodableAnnotation& record = (*records)[static_cast<size_t>(i)];
+            auto annotation = fromCodable(record, loadOverlay);
+            if (!annotation) {
+                continue;
+            }
+            if (record.isLocked.value_or(false)) {
+                *annotation = withLocked(std::move(*annotation), true);
+            }
+            if (record.id && !record.id->empty()) {
+                *annotation = withID(std::move(*annotation),
+                                     *AnnotationID::decode(QString::fromStdString(*record.id)));
+            }
+            built[static_cast<size_t>(i)] = std::move(annotation);
+        }
+    });
     AnnotationList annotations;
     annotations.reserve(records->size());
-    for (const CodableAnnotation& record : *records) {
-        auto annotation = fromCodable(record, loadOverlay);
-        if (!annotation) {
-            continue;
+    for (auto& slot : built) {
+        if (slot) {
+            annotations.push_back(std::move(*slot));
         }
-        if (record.isLocked.value_or(false)) {
-            *annotation = withLocked(std::move(*annotation), true);
-        }
-        if (record.id && !record.id->empty()) {
-            *annotation = withID(std::move(*annotation),
-                                 *AnnotationID::decode(QString::fromStdString(*record.id)));
-        }
-        annotations.push_back(std::move(*annotation));
     }
     return annotations;
 }
