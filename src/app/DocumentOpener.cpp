@@ -1,15 +1,16 @@
 #include "DocumentOpener.h"
 
+#include "bundle/ProjectBundle.h"
 #include "library/HistoryStore.h"
 #include "library/StyleLibrary.h"
 #include "model/ImageCodec.h"
-#include "bundle/ProjectBundle.h"
 #include "platform/BundleServices.h"
 #include "platform/FileManager.h"
+#include "platform/PdfDocument.h"
 
-#include <QDir>
+#include <QClipboard>
 #include <QFileInfo>
-#include <QImageReader>
+#include <QGuiApplication>
 
 #include <cstdio>
 
@@ -25,6 +26,14 @@ void say(const QString& line) {
 bool isInside(const QString& path, const QString& folder) {
     const QString parent = QFileInfo(QFileInfo(path).absolutePath()).canonicalFilePath();
     return !parent.isEmpty() && parent == QFileInfo(folder).canonicalFilePath();
+}
+
+std::optional<QImage> renderPdf(const QString& path, int pageNumber) {
+    const std::unique_ptr<PdfDocument> document = PdfDocument::open(path);
+    if (!document) {
+        return std::nullopt;
+    }
+    return document->renderPage(clampPageNumber(pageNumber, document->pageCount()));
 }
 
 } // namespace
@@ -51,33 +60,89 @@ HistoryStore& DocumentOpener::history() {
     return *m_history;
 }
 
+std::optional<QString> DocumentOpener::sourceFormat(const EditorWindowController* editor) const {
+    const auto found = m_sourceFormats.find(editor);
+    return found == m_sourceFormats.end() ? std::nullopt : found->second;
+}
+
 bool DocumentOpener::openPath(const QString& path) {
-    const QString absolute = QFileInfo(path).absoluteFilePath();
-    if (QFileInfo(absolute).isDir()) {
-        if (!bundle::isBundle(absolute)) {
-            say(QStringLiteral("Cannot open %1: not a project bundle").arg(path));
-            return false;
-        }
-        EditorDocument document;
-        document.image = bundle::readImage(absolute);
-        document.bundlePath = absolute;
-        document.sourceFormat = QStringLiteral("png");
-        document.initialAnnotations = history().loadAnnotations(absolute);
-        if (!isInside(absolute, history().storePath())) {
-            history().recordExternal(absolute);
-        }
-        openDocument(std::move(document));
-        return true;
-    }
-    QImage image = readImageFile(absolute, maxDecodedImageBytes);
-    if (image.isNull()) {
-        say(QStringLiteral("Cannot open %1: not a readable image").arg(path));
+    return openPath(path, 1);
+}
+
+bool DocumentOpener::openPath(const QString& path, int pdfPage) {
+    const InputFile input = classifyInput(path);
+    if (input.kind == InputKind::none) {
+        say(QStringLiteral("Cannot open %1: not an image, PDF or project bundle").arg(path));
         return false;
     }
+    if (!openInput(input, pdfPage)) {
+        say(QStringLiteral("Cannot open %1: it does not decode").arg(path));
+        return false;
+    }
+    return true;
+}
+
+bool DocumentOpener::openFromClipboard() {
+    const QClipboard* clipboard = QGuiApplication::clipboard();
+    const std::optional<ClipboardInput> input =
+        clipboardInput(clipboard ? clipboard->mimeData() : nullptr);
+    if (!input) {
+        return false;
+    }
+    if (input->file && openInput(*input->file, 1)) {
+        return true;
+    }
+    if (input->image.isNull()) {
+        return false;
+    }
+    openNewImage(input->image, input->sourceFormat);
+    return true;
+}
+
+bool DocumentOpener::openInput(const InputFile& input, int pdfPage) {
+    switch (input.kind) {
+    case InputKind::none:
+        return false;
+    case InputKind::bundle:
+        openBundle(input.path);
+        return true;
+    case InputKind::pdf: {
+        std::optional<QImage> page = renderPdf(input.path, pdfPage);
+        if (!page) {
+            return false;
+        }
+        openNewImage(std::move(*page), input.sourceFormat);
+        return true;
+    }
+    case InputKind::image: {
+        QImage image = readImageFile(input.path, maxDecodedImageBytes);
+        if (image.isNull()) {
+            return false;
+        }
+        openNewImage(std::move(image), input.sourceFormat);
+        return true;
+    }
+    }
+    return false;
+}
+
+void DocumentOpener::openBundle(const QString& path) {
+    EditorDocument document;
+    document.image = bundle::readImage(path);
+    document.bundlePath = path;
+    document.sourceFormat = QStringLiteral("png");
+    document.initialAnnotations = history().loadAnnotations(path);
+    if (!isInside(path, history().storePath())) {
+        history().recordExternal(path);
+    }
+    openDocument(std::move(document));
+}
+
+void DocumentOpener::openNewImage(QImage image, std::optional<QString> sourceFormat) {
     // The editor works in pixels: one point per pixel, whatever the file's resolution says.
     image.setDevicePixelRatio(1);
     EditorDocument document;
-    document.sourceFormat = QString::fromLatin1(QImageReader::imageFormat(absolute));
+    document.sourceFormat = std::move(sourceFormat);
     auto created = history().createBundle(image, {});
     if (created) {
         document.bundlePath = *created;
@@ -87,16 +152,18 @@ bool DocumentOpener::openPath(const QString& path) {
     }
     document.image = std::move(image);
     openDocument(std::move(document));
-    return true;
 }
 
 EditorWindowController* DocumentOpener::openDocument(EditorDocument document) {
     history();
+    const std::optional<QString> sourceFormat = document.sourceFormat;
     auto* editor = new EditorWindowController(
         std::move(document), EditorServices{m_settings, *m_styles, m_history.get()});
     m_editors.push_back(editor);
+    m_sourceFormats[editor] = sourceFormat;
     editor->onClose = [this, editor] {
         std::erase(m_editors, editor);
+        m_sourceFormats.erase(editor);
         editor->deleteLater();
     };
     editor->present();

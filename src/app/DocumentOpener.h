@@ -1,8 +1,11 @@
 #pragma once
 
 #include "editor/EditorWindowController.h"
+#include "imaging/OpeningRules.h"
 
+#include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace vellumix {
@@ -10,9 +13,10 @@ namespace vellumix {
 class HistoryStore;
 class StyleLibrary;
 
-/// Turns files into editor windows: an image file gets a new history bundle and opens in its
-/// own editor; a project bundle opens with its annotations and is remembered among the
-/// external bundles when it lives outside the store. Owns the windows until they close.
+/// Turns files and the clipboard into editor windows: an image, a PDF page or a clipboard
+/// image gets a new history bundle and opens in its own editor; a project bundle opens with
+/// its annotations and is remembered among the external bundles when it lives outside the
+/// store. Owns the windows until they close.
 class DocumentOpener {
 public:
     explicit DocumentOpener(Settings& settings);
@@ -20,19 +24,32 @@ public:
     DocumentOpener(const DocumentOpener&) = delete;
     DocumentOpener& operator=(const DocumentOpener&) = delete;
 
-    /// Opens one file; false when it is not a readable image or bundle (one line is printed).
+    /// Opens one file (a PDF on its first page); false when it is not a readable image, PDF or
+    /// bundle (one line is printed).
     bool openPath(const QString& path);
+    /// As above, showing PDF page `pdfPage` (counted from 1; clamped to the document).
+    bool openPath(const QString& path, int pdfPage);
+    bool open(const OpenRequest& request) { return openPath(request.path, request.page); }
+    /// Opens what the clipboard holds (see clipboardInput); false, silently, when nothing opens.
+    bool openFromClipboard();
     /// Makes a window for an image already in memory and presents it.
     EditorWindowController* openDocument(EditorDocument document);
 
     const std::vector<EditorWindowController*>& editors() const { return m_editors; }
+    /// The format an open editor's image came from, as it was handed to the editor.
+    std::optional<QString> sourceFormat(const EditorWindowController* editor) const;
     HistoryStore& history();
 
 private:
+    bool openInput(const InputFile& input, int pdfPage);
+    void openBundle(const QString& path);
+    void openNewImage(QImage image, std::optional<QString> sourceFormat);
+
     Settings& m_settings;
     std::unique_ptr<HistoryStore> m_history;
     std::unique_ptr<StyleLibrary> m_styles;
     std::vector<EditorWindowController*> m_editors;
+    std::map<const EditorWindowController*, std::optional<QString>> m_sourceFormats;
 };
 
 } // namespace vellumix

@@ -1,5 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
+#include "app/OpenPanel.h"
+#include "app/SingleInstance.h"
 #include "library/Settings.h"
 #include "platform/TerminationSignals.h"
 
@@ -15,20 +17,40 @@ int main(int argc, char* argv[]) {
     // A tray application: closing the last editor window must not quit it.
     QApplication::setQuitOnLastWindowClosed(false);
 
+    QStringList files;
+    for (const QString& argument : QApplication::arguments().mid(1)) {
+        if (!argument.startsWith(QLatin1Char('-'))) {
+            files << argument;
+        }
+    }
+    // A second launch hands its files to the running Vellumix and ends.
+    vellumix::SingleInstance instance;
+    if (!instance.claim(files)) {
+        return 0;
+    }
+
     // Logging out or `kill` quits like the Quit item: windows save on their way out.
     vellumix::quitOnTerminationSignals([] { QCoreApplication::quit(); });
 
-    vellumix::AppDelegate delegate;
     vellumix::DocumentOpener opener(vellumix::Settings::shared());
-    const QStringList files = QApplication::arguments().mid(1);
-    QTimer::singleShot(0, &delegate, [&delegate, &opener, files] {
-        delegate.applicationDidFinishLaunching();
-        // Files handed over on the command line open as if chosen in the open panel.
-        for (const QString& file : files) {
-            if (!file.startsWith(QLatin1Char('-'))) {
-                opener.openPath(file);
-            }
+    vellumix::AppDelegate delegate(opener);
+    // Files handed over on the command line or by a later launch open as if chosen in the
+    // open panel.
+    const auto openAll = [&opener](const QStringList& paths) {
+        for (const QString& path : paths) {
+            opener.openPath(path);
         }
+    };
+    instance.onOpenFiles = openAll;
+    delegate.onPaste = [&opener] { opener.openFromClipboard(); };
+    delegate.onOpen = [&opener] {
+        if (const auto request = vellumix::runOpenPanel()) {
+            opener.open(*request);
+        }
+    };
+    QTimer::singleShot(0, &delegate, [&delegate, openAll, files] {
+        delegate.applicationDidFinishLaunching();
+        openAll(files);
     });
     return QApplication::exec();
 }

@@ -1,0 +1,54 @@
+#include "SingleInstance.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QFileInfo>
+
+#include <cstdio>
+
+namespace vellumix {
+
+namespace {
+
+const QString objectPath = QStringLiteral("/");
+
+} // namespace
+
+QStringList absolutePaths(const QStringList& files) {
+    QStringList paths;
+    for (const QString& file : files) {
+        paths << QFileInfo(file).absoluteFilePath();
+    }
+    return paths;
+}
+
+bool SingleInstance::claim(const QStringList& files, QDBusConnection bus) {
+    if (!bus.isConnected()) {
+        return true;
+    }
+    if (bus.registerService(serviceName)) {
+        bus.registerObject(objectPath, this, QDBusConnection::ExportScriptableSlots);
+        return true;
+    }
+    // Another launch owns the name: it opens the files, this one ends.
+    QDBusMessage call = QDBusMessage::createMethodCall(serviceName, objectPath, serviceName,
+                                                       QStringLiteral("Open"));
+    call << absolutePaths(files);
+    const QDBusMessage reply = bus.call(call, QDBus::BlockWithGui, 5000);
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        std::printf("[Vellumix] The running instance did not answer (%s); starting anyway\n",
+                    qPrintable(reply.errorMessage()));
+        std::fflush(stdout);
+        return true;
+    }
+    return false;
+}
+
+void SingleInstance::Open(const QStringList& paths) {
+    if (onOpenFiles) {
+        onOpenFiles(paths);
+    }
+}
+
+} // namespace vellumix

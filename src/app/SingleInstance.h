@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QStringList>
+
+#include <functional>
+
+namespace vellumix {
+
+/// One running Vellumix per session: the first launch takes a name on the session bus; a later
+/// launch hands its files to that one over D-Bus and ends. Without a session bus every launch
+/// runs on its own.
+class SingleInstance final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "app.vellumix.Vellumix")
+
+public:
+    static inline const QString serviceName = QStringLiteral("app.vellumix.Vellumix");
+
+    /// Files another launch handed over, as absolute paths, in the order given.
+    std::function<void(const QStringList&)> onOpenFiles;
+
+    /// True when this process is the one that runs; false when another already runs and has
+    /// received `files` (then this process should end).
+    bool claim(const QStringList& files, QDBusConnection bus = QDBusConnection::sessionBus());
+
+public Q_SLOTS:
+    /// Called by a later launch over D-Bus.
+    Q_SCRIPTABLE void Open(const QStringList& paths);
+};
+
+/// Paths as a later launch hands them over: absolute, so the running process finds them.
+QStringList absolutePaths(const QStringList& files);
+
+} // namespace vellumix

@@ -1,0 +1,435 @@
+#include "app/DocumentOpener.h"
+#include "app/OpenPanel.h"
+#include "bundle/ProjectBundle.h"
+#include "editor/EditorModel.h"
+#include "imaging/OpeningRules.h"
+#include "library/DefaultsStore.h"
+#include "library/Settings.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QClipboard>
+#include <QDir>
+#include <QFile>
+#include <QImageReader>
+#include <QImageWriter>
+#include <QLineEdit>
+#include <QListView>
+#include <QMimeData>
+#include <QPageSize>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QProcess>
+#include <QSpinBox>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+using namespace vellumix;
+
+namespace {
+
+void writeBytes(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+QImage filled(int width, int height, QColor colour) {
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(colour);
+    return image;
+}
+
+quint32 crc32(const QByteArray& bytes) {
+    quint32 crc = 0xffffffffu;
+    for (char byte : bytes) {
+        crc ^= static_cast<quint8>(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
+        }
+    }
+    return ~crc;
+}
+
+QByteArray bigEndian(quint32 value) {
+    QByteArray bytes(4, '\0');
+    for (int i = 0; i < 4; ++i) {
+        bytes[i] = static_cast<char>((value >> (24 - 8 * i)) & 0xff);
+    }
+    return bytes;
+}
+
+QByteArray pngChunk(const QByteArray& type, const QByteArray& data) {
+    return bigEndian(static_cast<quint32>(data.size())) + type + data +
+           bigEndian(crc32(type + data));
+}
+
+// A valid PNG signature and header declaring 100000 × 100000 RGBA pixels (40 GB decoded),
+// then a few bytes of compressed data: enough for the header to be read, far too little to
+// decode.
+QByteArray hugePngHeader() {
+    QByteArray header = bigEndian(100000) + bigEndian(100000);
+    header +=
+        QByteArray("\x08\x06\x00\x00\x00", 5); // 8 bits, RGBA, deflate, no filter, no interlace
+    const QByteArray data = qCompress(QByteArray(64, '\0')).mid(4); // zlib stream
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) + pngChunk("IDAT", data) +
+           pngChunk("IEND", {});
+}
+
+// Three pages without margins at 72 dpi: A4 with a red square, A5 with a green one, A4 with a
+// blue one, each 100 × 100 pt at (100, 100) pt, so pixels 200 … 400 at 144 dpi.
+QString writeThreePages(const QString& path) {
+    QPdfWriter writer(path);
+    writer.setResolution(72);
+    writer.setPageSize(QPageSize(QPageSize::A4));
+    writer.setPageMargins(QMarginsF(0, 0, 0, 0));
+    QPainter painter(&writer);
+    painter.fillRect(QRectF(100, 100, 100, 100), Qt::red);
+    writer.setPageSize(QPageSize(QPageSize::A5));
+    writer.newPage();
+    painter.fillRect(QRectF(100, 100, 100, 100), Qt::green);
+    writer.setPageSize(QPageSize(QPageSize::A4));
+    writer.newPage();
+    painter.fillRect(QRectF(100, 100, 100, 100), Qt::blue);
+    painter.end();
+    return path;
+}
+
+QByteArray zeroPagePdf() {
+    QByteArray pdf = "%PDF-1.4\n";
+    const qsizetype catalog = pdf.size();
+    pdf += "1 0 obj\n<< /Type /Catalog /Pages 2 0 R >>\nendobj\n";
+    const qsizetype pages = pdf.size();
+    pdf += "2 0 obj\n<< /Type /Pages /Kids [] /Count 0 >>\nendobj\n";
+    const qsizetype xref = pdf.size();
+    pdf += "xref\n0 3\n0000000000 65535 f \n";
+    pdf += QByteArray::number(catalog).rightJustified(10, '0') + " 00000 n \n";
+    pdf += QByteArray::number(pages).rightJustified(10, '0') + " 00000 n \n";
+    pdf +=
+        "trailer\n<< /Size 3 /Root 1 0 R >>\nstartxref\n" + QByteArray::number(xref) + "\n%%EOF\n";
+    return pdf;
+}
+
+QString makeBundle(const QString& path, const QImage& image) {
+    EXPECT_TRUE(static_cast<bool>(bundle::write(image, {}, path, BundleServices{})));
+    return path;
+}
+
+// Every test gets its own store folder: history bundles land in a temporary XDG_DATA_HOME.
+struct OpenerFixture {
+    QTemporaryDir dir;
+    Settings settings{DefaultsStore(dir.filePath("defaults.json"))};
+    std::unique_ptr<DocumentOpener> opener;
+
+    OpenerFixture() {
+        qputenv("XDG_DATA_HOME", dir.filePath("data").toUtf8());
+        opener = std::make_unique<DocumentOpener>(settings);
+    }
+    QString file(const QString& name) const { return dir.filePath(name); }
+    qsizetype historyBundles() const {
+        return QDir(dir.filePath("data/Vellumix"))
+            .entryList({QStringLiteral("*.vellumix")}, QDir::Dirs)
+            .size();
+    }
+};
+
+} // namespace
+
+TEST(OpeningRules, FilesAreClassifiedByContentNotByName) {
+    QTemporaryDir dir;
+    ASSERT_TRUE(filled(8, 8, Qt::red).save(dir.filePath("shot.png")));
+    ASSERT_TRUE(filled(8, 8, Qt::red).save(dir.filePath("photo.png"), "JPEG"));
+    writeBytes(dir.filePath("notes.png"), "not an image at all\n");
+    writeBytes(dir.filePath("empty.png"), {});
+    writeThreePages(dir.filePath("document.bin"));
+    ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral("plain")));
+    makeBundle(dir.filePath("saved.vellumix"), filled(8, 8, Qt::blue));
+
+    const InputFile png = classifyInput(dir.filePath("shot.png"));
+    EXPECT_EQ(png.kind, InputKind::image);
+    EXPECT_EQ(png.sourceFormat, QStringLiteral("png"));
+    const InputFile jpeg = classifyInput(dir.filePath("photo.png"));
+    EXPECT_EQ(jpeg.kind, InputKind::image);
+    EXPECT_EQ(jpeg.sourceFormat, QStringLiteral("jpeg"));
+    const InputFile pdf = classifyInput(dir.filePath("document.bin"));
+    EXPECT_EQ(pdf.kind, InputKind::pdf);
+    EXPECT_EQ(pdf.sourceFormat, QStringLiteral("pdf"));
+    EXPECT_EQ(classifyInput(dir.filePath("saved.vellumix")).kind, InputKind::bundle);
+
+    EXPECT_EQ(classifyInput(dir.filePath("notes.png")).kind, InputKind::none);
+    EXPECT_EQ(classifyInput(dir.filePath("empty.png")).kind, InputKind::none);
+    EXPECT_EQ(classifyInput(dir.filePath("missing.png")).kind, InputKind::none);
+    EXPECT_EQ(classifyInput(dir.filePath("plain")).kind, InputKind::none);
+}
+
+TEST(OpeningRules, PageNumbersClampToTheDocument) {
+    EXPECT_EQ(clampPageNumber(1, 3), 1);
+    EXPECT_EQ(clampPageNumber(2, 3), 2);
+    EXPECT_EQ(clampPageNumber(0, 3), 1);
+    EXPECT_EQ(clampPageNumber(-3, 3), 1);
+    EXPECT_EQ(clampPageNumber(9, 3), 3);
+    EXPECT_EQ(clampPageNumber(1, 0), 0);
+}
+
+TEST(OpeningRules, TheOpenPanelOffersImagesPdfsAndProjects) {
+    const QStringList filters = openPanelNameFilters();
+    ASSERT_EQ(filters.size(), 4);
+    // Qt reads these without plugins; scripts/setup.sh installs the WebP and TIFF plugins.
+    for (const char* pattern : {"*.png", "*.jpg", "*.jpeg", "*.gif", "*.bmp", "*.webp", "*.tif",
+                                "*.tiff", "*.pdf", "*.vellumix"}) {
+        EXPECT_TRUE(filters.front().contains(QLatin1String(pattern))) << pattern;
+    }
+    EXPECT_FALSE(filters[1].contains(QLatin1String("*.pdf")));
+    EXPECT_EQ(filters[2], QStringLiteral("PDF documents (*.pdf)"));
+    EXPECT_EQ(filters[3], QStringLiteral("Vellumix projects (*.vellumix)"));
+}
+
+TEST(OpeningRules, ClipboardPrefersAnOpenableFileAndFallsBackToItsImage) {
+    QTemporaryDir dir;
+    const QString pdfPath = writeThreePages(dir.filePath("doc.pdf"));
+    writeBytes(dir.filePath("notes.txt"), "text\n");
+
+    EXPECT_FALSE(clipboardInput(nullptr));
+    QMimeData empty;
+    EXPECT_FALSE(clipboardInput(&empty));
+    QMimeData onlyText;
+    onlyText.setText(QStringLiteral("hello"));
+    EXPECT_FALSE(clipboardInput(&onlyText));
+    QMimeData unopenableUrl;
+    unopenableUrl.setUrls({QUrl::fromLocalFile(dir.filePath("notes.txt"))});
+    EXPECT_FALSE(clipboardInput(&unopenableUrl));
+
+    QMimeData copiedFile;
+    copiedFile.setUrls(
+        {QUrl::fromLocalFile(dir.filePath("notes.txt")), QUrl::fromLocalFile(pdfPath)});
+    const auto fromFile = clipboardInput(&copiedFile);
+    ASSERT_TRUE(fromFile);
+    ASSERT_TRUE(fromFile->file);
+    EXPECT_EQ(fromFile->file->kind, InputKind::pdf);
+    EXPECT_EQ(fromFile->file->path, pdfPath);
+
+    QMimeData held;
+    held.setImageData(filled(30, 20, Qt::green));
+    const auto fromImage = clipboardInput(&held);
+    ASSERT_TRUE(fromImage);
+    EXPECT_FALSE(fromImage->file);
+    EXPECT_EQ(fromImage->image.size(), QSize(30, 20));
+    EXPECT_FALSE(fromImage->sourceFormat);
+
+    // An image copied from a file that is gone: the image opens, named after the file's type.
+    QMimeData heldWithUrl;
+    heldWithUrl.setImageData(filled(30, 20, Qt::green));
+    heldWithUrl.setUrls({QUrl::fromLocalFile(dir.filePath("gone/Shot.JPG"))});
+    const auto named = clipboardInput(&heldWithUrl);
+    ASSERT_TRUE(named);
+    EXPECT_FALSE(named->file);
+    EXPECT_EQ(named->sourceFormat, QStringLiteral("jpg"));
+
+    // Encoded bytes as another program offers them; a huge declared size is refused.
+    QMimeData encoded;
+    QByteArray png;
+    {
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        filled(12, 7, Qt::blue).save(&buffer, "PNG");
+    }
+    encoded.setData(QStringLiteral("image/png"), png);
+    const auto decoded = clipboardInput(&encoded);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->image.size(), QSize(12, 7));
+    QMimeData huge;
+    huge.setData(QStringLiteral("image/png"), hugePngHeader());
+    EXPECT_FALSE(clipboardInput(&huge));
+}
+
+TEST(DocumentOpener, UnopenableInputsOpenNothingAndTheAppGoesOn) {
+    OpenerFixture f;
+    writeBytes(f.file("notes.txt"), "plain words\n");
+    writeBytes(f.file("empty.png"), {});
+    writeBytes(f.file("fake.png"), "definitely not a PNG\n");
+    writeBytes(f.file("zero.pdf"), zeroPagePdf());
+    writeBytes(f.file("huge.png"), hugePngHeader());
+    ASSERT_EQ(classifyInput(f.file("huge.png")).kind, InputKind::image);
+    ASSERT_EQ(QImageReader(f.file("huge.png")).size(), QSize(100000, 100000));
+
+    for (const char* name : {"notes.txt", "empty.png", "fake.png", "zero.pdf", "huge.png"}) {
+        EXPECT_FALSE(f.opener->openPath(f.file(QLatin1String(name)))) << name;
+    }
+    const QString qpdf = QStandardPaths::findExecutable(QStringLiteral("qpdf"));
+    if (!qpdf.isEmpty()) {
+        const QString plain = writeThreePages(f.file("plain.pdf"));
+        ASSERT_EQ(QProcess::execute(qpdf, {"--encrypt", "user", "owner", "256", "--", plain,
+                                           f.file("locked.pdf")}),
+                  0);
+        EXPECT_FALSE(f.opener->openPath(f.file("locked.pdf")));
+    } else {
+        std::printf("qpdf is not installed: the locked-PDF case is skipped\n");
+    }
+    QGuiApplication::clipboard()->clear();
+    EXPECT_FALSE(f.opener->openFromClipboard());
+    EXPECT_TRUE(f.opener->editors().empty());
+    EXPECT_EQ(f.historyBundles(), 0);
+
+    ASSERT_TRUE(filled(64, 48, Qt::red).save(f.file("good.png")));
+    ASSERT_TRUE(f.opener->openPath(f.file("good.png")));
+    ASSERT_EQ(f.opener->editors().size(), 1u);
+    EXPECT_EQ(f.opener->editors().front()->model().image().size(), QSize(64, 48));
+    EXPECT_EQ(f.historyBundles(), 1);
+}
+
+TEST(DocumentOpener, PdfPagesOpenAt144DpiOnWhiteWithTheirOwnBundle) {
+    OpenerFixture f;
+    const QString pdf = writeThreePages(f.file("three.pdf"));
+
+    // Requested page → the page shown (by the colour of its square).
+    const std::pair<int, QColor> cases[] = {
+        {1, Qt::red}, {2, Qt::green}, {3, Qt::blue}, {0, Qt::red}, {9, Qt::blue}};
+    for (const auto& [page, colour] : cases) {
+        ASSERT_TRUE(f.opener->openPath(pdf, page)) << page;
+        EditorWindowController* editor = f.opener->editors().back();
+        const QImage image = editor->model().image();
+        EXPECT_EQ(image.pixelColor(300, 300), colour) << page;
+        EXPECT_EQ(image.pixelColor(5, 5), QColor(Qt::white)) << page;
+        EXPECT_FALSE(image.hasAlphaChannel());
+        EXPECT_EQ(f.opener->sourceFormat(editor), QStringLiteral("pdf"));
+        ASSERT_TRUE(editor->bundlePath());
+        EXPECT_EQ(bundle::readImage(*editor->bundlePath()).size(), image.size());
+    }
+
+    ASSERT_TRUE(f.opener->openPath(pdf)); // page 1 by default
+    const QImage first = f.opener->editors().back()->model().image();
+    EXPECT_NEAR(first.width(), 1191, 1);
+    EXPECT_NEAR(first.height(), 1684, 1);
+    EXPECT_EQ(first.pixelColor(300, 300), QColor(Qt::red));
+    ASSERT_TRUE(f.opener->openPath(pdf, 2)); // A5: 839 × 1191
+    EXPECT_NEAR(f.opener->editors().back()->model().image().width(), 839, 1);
+}
+
+TEST(DocumentOpener, ClipboardImagesAndCopiedFilesOpenWithTheirSourceFormat) {
+    OpenerFixture f;
+    QClipboard* clipboard = QGuiApplication::clipboard();
+
+    clipboard->setImage(filled(40, 30, Qt::green));
+    ASSERT_TRUE(f.opener->openFromClipboard());
+    EditorWindowController* pasted = f.opener->editors().back();
+    EXPECT_EQ(pasted->model().image().size(), QSize(40, 30));
+    EXPECT_EQ(pasted->model().image().pixelColor(20, 15), QColor(Qt::green));
+    EXPECT_EQ(f.opener->sourceFormat(pasted), std::nullopt);
+    ASSERT_TRUE(pasted->bundlePath());
+
+    ASSERT_TRUE(filled(50, 25, Qt::blue).save(f.file("copied.png"), "JPEG"));
+    auto* copied = new QMimeData;
+    copied->setUrls({QUrl::fromLocalFile(f.file("copied.png"))});
+    clipboard->setMimeData(copied);
+    ASSERT_TRUE(f.opener->openFromClipboard());
+    EditorWindowController* fromFile = f.opener->editors().back();
+    EXPECT_EQ(fromFile->model().image().size(), QSize(50, 25));
+    EXPECT_EQ(f.opener->sourceFormat(fromFile), QStringLiteral("jpeg"));
+
+    auto* copiedPdf = new QMimeData;
+    copiedPdf->setUrls({QUrl::fromLocalFile(writeThreePages(f.file("doc.pdf")))});
+    clipboard->setMimeData(copiedPdf);
+    ASSERT_TRUE(f.opener->openFromClipboard());
+    EXPECT_EQ(f.opener->sourceFormat(f.opener->editors().back()), QStringLiteral("pdf"));
+    EXPECT_NEAR(f.opener->editors().back()->model().image().width(), 1191, 1);
+
+    // A copied bundle opens as it is: no new history bundle.
+    const QString saved = makeBundle(f.file("saved.vellumix"), filled(16, 16, Qt::red));
+    const qsizetype bundlesBefore = f.historyBundles();
+    auto* copiedBundle = new QMimeData;
+    copiedBundle->setUrls({QUrl::fromLocalFile(saved)});
+    clipboard->setMimeData(copiedBundle);
+    ASSERT_TRUE(f.opener->openFromClipboard());
+    EXPECT_EQ(f.opener->editors().back()->bundlePath(), saved);
+    EXPECT_EQ(f.historyBundles(), bundlesBefore);
+    clipboard->clear();
+}
+
+TEST(OpenPanel, PageControlFollowsTheSelectionAndChoosesThePage) {
+    QTemporaryDir dir;
+    writeThreePages(dir.filePath("three.pdf"));
+    ASSERT_TRUE(filled(8, 8, Qt::red).save(dir.filePath("shot.png")));
+    makeBundle(dir.filePath("saved.vellumix"), filled(8, 8, Qt::blue));
+
+    const auto typeName = [](OpenPanel& panel, const QString& name) {
+        auto* edit = panel.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+        EXPECT_TRUE(edit);
+        edit->setFocus();
+        QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(edit, name);
+        QTest::qWait(50);
+    };
+
+    {
+        OpenPanel panel;
+        panel.setDirectory(dir.path());
+        panel.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&panel));
+        QTest::qWait(200); // the folder is listed asynchronously
+        auto* row = panel.findChild<QWidget*>(QStringLiteral("pdfPageRow"));
+        auto* page = panel.findChild<QSpinBox*>(QStringLiteral("pdfPage"));
+        ASSERT_TRUE(row && page);
+        EXPECT_FALSE(row->isVisible());
+
+        // A click on the file in the list.
+        auto* list = panel.findChild<QListView*>(QStringLiteral("listView"));
+        ASSERT_TRUE(list);
+        QModelIndex pdfItem;
+        for (int r = 0; r < list->model()->rowCount(list->rootIndex()); ++r) {
+            const QModelIndex index = list->model()->index(r, 0, list->rootIndex());
+            if (index.data().toString() == QStringLiteral("three.pdf")) {
+                pdfItem = index;
+            }
+        }
+        ASSERT_TRUE(pdfItem.isValid());
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(pdfItem).center());
+        ASSERT_TRUE(row->isVisible());
+        EXPECT_EQ(page->maximum(), 3);
+        EXPECT_EQ(page->value(), 1);
+
+        page->setFocus();
+        QTest::keyClick(page, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(page, QStringLiteral("7")); // past the end: the box keeps 1 … 3
+        QTest::keyClick(page, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(page, QStringLiteral("2"));
+        QTest::keyClick(page, Qt::Key_Return);
+        ASSERT_EQ(panel.result(), QDialog::Accepted);
+        ASSERT_TRUE(panel.request());
+        EXPECT_EQ(panel.request()->path, dir.filePath("three.pdf"));
+        EXPECT_EQ(panel.request()->page, 2);
+    }
+    {
+        OpenPanel panel;
+        panel.setDirectory(dir.path());
+        panel.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&panel));
+        QTest::qWait(200);
+        auto* row = panel.findChild<QWidget*>(QStringLiteral("pdfPageRow"));
+        typeName(panel, QStringLiteral("three.pdf"));
+        EXPECT_TRUE(row->isVisible());
+        typeName(panel, QStringLiteral("shot.png"));
+        EXPECT_FALSE(row->isVisible());
+        QTest::keyClick(panel.findChild<QLineEdit*>(QStringLiteral("fileNameEdit")),
+                        Qt::Key_Return);
+        ASSERT_TRUE(panel.request());
+        EXPECT_EQ(panel.request()->path, dir.filePath("shot.png"));
+        EXPECT_EQ(panel.request()->page, 1);
+    }
+    {
+        // A bundle is a folder: Open chooses it instead of stepping inside.
+        OpenPanel panel;
+        panel.setDirectory(dir.path());
+        panel.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&panel));
+        QTest::qWait(200);
+        typeName(panel, QStringLiteral("saved.vellumix"));
+        QTest::keyClick(panel.findChild<QLineEdit*>(QStringLiteral("fileNameEdit")),
+                        Qt::Key_Return);
+        ASSERT_TRUE(panel.request());
+        EXPECT_EQ(panel.request()->path, dir.filePath("saved.vellumix"));
+    }
+}

@@ -1,0 +1,154 @@
+#include "app/AppDelegate.h"
+#include "app/DocumentOpener.h"
+#include "app/HistoryMenuItemView.h"
+#include "app/SingleInstance.h"
+#include "bundle/ProjectBundle.h"
+#include "editor/EditorModel.h"
+#include "library/HistoryStore.h"
+#include "library/Settings.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QWidgetAction>
+
+#include <gtest/gtest.h>
+
+using namespace vellumix;
+
+namespace {
+
+QImage picture(int w, int h) {
+    QImage image(w, h, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    return image;
+}
+
+class StatusMenuTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    std::unique_ptr<Settings> settings;
+    std::unique_ptr<DocumentOpener> opener;
+    std::unique_ptr<AppDelegate> delegate;
+
+    void SetUp() override {
+        // The store lives under XDG_DATA_HOME: a throw-away one per test.
+        qputenv("XDG_DATA_HOME", dir.filePath("data").toUtf8());
+        settings = std::make_unique<Settings>(DefaultsStore(dir.filePath("defaults.json")));
+        opener = std::make_unique<DocumentOpener>(*settings);
+        delegate = std::make_unique<AppDelegate>(*opener);
+    }
+    void TearDown() override {
+        delegate.reset();
+        opener.reset();
+    }
+    QStringList titles(QMenu* menu) const {
+        QStringList list;
+        for (QAction* a : menu->actions()) {
+            list << (a->isSeparator() ? QStringLiteral("-") : a->text());
+        }
+        return list;
+    }
+    std::vector<HistoryMenuItemView*> rows() const {
+        std::vector<HistoryMenuItemView*> found;
+        for (QAction* a : delegate->historyMenu()->actions()) {
+            if (auto* item = qobject_cast<QWidgetAction*>(a)) {
+                found.push_back(qobject_cast<HistoryMenuItemView*>(item->defaultWidget()));
+            }
+        }
+        return found;
+    }
+    // Clicks a row where a person would: on its title, or on its trash zone.
+    void click(HistoryMenuItemView* row, bool trash, Qt::KeyboardModifiers m = {}) {
+        const QPoint at = trash ? QPoint(row->width() - 17, 18) : QPoint(100, 18);
+        QTest::mouseRelease(row, Qt::LeftButton, m, at);
+        QApplication::processEvents();
+    }
+};
+
+} // namespace
+
+TEST_F(StatusMenuTest, ItemsInTheirOrder) {
+    QMenu* menu = delegate->statusMenu();
+    ASSERT_EQ(menu->actions().size(), 9);
+    EXPECT_FALSE(menu->actions()[0]->isEnabled()); // the "Vellumix" header
+    EXPECT_EQ(titles(menu).mid(1),
+              (QStringList{"-", "Capture", "Paste", "Open…", "History", "-", "Settings…", "Quit"}));
+    EXPECT_EQ(delegate->captureMenuItem()->text(), QStringLiteral("Capture"));
+    emit menu->aboutToShow();
+    EXPECT_FALSE(menu->actions()[7]->isEnabled()); // no settings window yet
+    delegate->onSettings = [] {};
+    emit menu->aboutToShow();
+    EXPECT_TRUE(menu->actions()[7]->isEnabled());
+    int pasted = 0;
+    delegate->onPaste = [&] { ++pasted; };
+    menu->actions()[3]->trigger();
+    EXPECT_EQ(pasted, 1);
+}
+
+TEST_F(StatusMenuTest, HistoryRowsOpenRevealAndDelete) {
+    emit delegate->statusMenu()->aboutToShow();
+    ASSERT_EQ(titles(delegate->historyMenu()), QStringList{"No history yet"});
+    EXPECT_FALSE(delegate->historyMenu()->actions()[0]->isEnabled());
+
+    HistoryStore& history = opener->history();
+    const auto captured = history.createBundle(picture(320, 200), {});
+    ASSERT_TRUE(captured);
+    const QString external = dir.filePath("Project one.vellumix");
+    ASSERT_TRUE(bundle::write(picture(200, 200), {}, external, BundleServices{}));
+    history.recordExternal(external);
+    emit delegate->statusMenu()->aboutToShow();
+    const auto shown = rows();
+    ASSERT_EQ(shown.size(), 2u);
+    HistoryMenuItemView* externalRow = shown[0]->isExternal() ? shown[0] : shown[1];
+    HistoryMenuItemView* capturedRow = shown[0]->isExternal() ? shown[1] : shown[0];
+    EXPECT_EQ(externalRow->title(), QStringLiteral("Project one"));
+    EXPECT_EQ(externalRow->toolTip(), external);
+    EXPECT_FALSE(capturedRow->isExternal());
+
+    // A click opens the entry; a second click brings the same window forward.
+    click(capturedRow, false);
+    ASSERT_EQ(opener->editors().size(), 1u);
+    EXPECT_EQ(opener->editors()[0]->bundlePath(), *captured);
+    EXPECT_EQ(opener->editors()[0]->model().image().size(), QSize(320, 200));
+    click(capturedRow, false);
+    EXPECT_EQ(opener->editors().size(), 1u);
+    // Another entry replaces the open one.
+    click(externalRow, false);
+    ASSERT_EQ(opener->editors().size(), 1u);
+    EXPECT_EQ(opener->editors()[0]->bundlePath(), external);
+    // External entries have no trash: a click there opens too.
+    click(externalRow, true);
+    EXPECT_EQ(opener->editors().size(), 1u);
+
+    // The trash of a captured entry deletes it and its row; the menu keeps the external one.
+    emit delegate->statusMenu()->aboutToShow();
+    for (HistoryMenuItemView* row : rows()) {
+        if (!row->isExternal()) {
+            click(row, true);
+        }
+    }
+    EXPECT_FALSE(QDir(*captured).exists());
+    EXPECT_EQ(rows().size(), 1u);
+    EXPECT_TRUE(QDir(external).exists());
+}
+
+TEST(SingleInstance, ALaterLaunchHandsItsFilesToTheFirst) {
+    if (!QDBusConnection::sessionBus().isConnected()) {
+        GTEST_SKIP() << "no session bus (the test command starts one)";
+    }
+    SingleInstance first;
+    QStringList received;
+    first.onOpenFiles = [&](const QStringList& paths) { received = paths; };
+    ASSERT_TRUE(first.claim({}));
+    // A second process has a connection of its own.
+    QDBusConnection other =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("second-launch"));
+    SingleInstance second;
+    EXPECT_FALSE(second.claim({QStringLiteral("shot.png"), QStringLiteral("/tmp/a.pdf")}, other));
+    EXPECT_EQ(received, (QStringList{QDir::current().absoluteFilePath("shot.png"),
+                                     QStringLiteral("/tmp/a.pdf")}));
+    QDBusConnection::disconnectFromBus(QStringLiteral("second-launch"));
+    QDBusConnection::sessionBus().unregisterService(SingleInstance::serviceName);
+}
