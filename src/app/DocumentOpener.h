@@ -34,6 +34,8 @@ public:
     bool openFromClipboard();
     /// Makes a window for an image already in memory and presents it.
     EditorWindowController* openDocument(EditorDocument document);
+    /// An image from a capture or the clipboard: it gets its history bundle and an editor.
+    void openNewImage(QImage image, std::optional<QString> sourceFormat);
 
     const std::vector<EditorWindowController*>& editors() const { return m_editors; }
     /// The format an open editor's image came from, as it was handed to the editor.
@@ -43,7 +45,6 @@ public:
 private:
     bool openInput(const InputFile& input, int pdfPage);
     void openBundle(const QString& path);
-    void openNewImage(QImage image, std::optional<QString> sourceFormat);
 
     Settings& m_settings;
     std::unique_ptr<HistoryStore> m_history;

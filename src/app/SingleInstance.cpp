@@ -23,7 +23,7 @@ QStringList absolutePaths(const QStringList& files) {
     return paths;
 }
 
-bool SingleInstance::claim(const QStringList& files, QDBusConnection bus) {
+bool SingleInstance::claim(const QStringList& files, bool capture, QDBusConnection bus) {
     if (!bus.isConnected()) {
         return true;
     }
@@ -31,15 +31,24 @@ bool SingleInstance::claim(const QStringList& files, QDBusConnection bus) {
         bus.registerObject(objectPath, this, QDBusConnection::ExportScriptableSlots);
         return true;
     }
-    // Another launch owns the name: it opens the files, this one ends.
-    QDBusMessage call = QDBusMessage::createMethodCall(serviceName, objectPath, serviceName,
-                                                       QStringLiteral("Open"));
-    call << absolutePaths(files);
-    const QDBusMessage reply = bus.call(call, QDBus::BlockWithGui, 5000);
-    if (reply.type() == QDBusMessage::ErrorMessage) {
-        std::printf("[Vellumix] The running instance did not answer (%s); starting anyway\n",
-                    qPrintable(reply.errorMessage()));
-        std::fflush(stdout);
+    // Another launch owns the name: it opens the files (and captures), this one ends.
+    const auto ask = [&bus](const QString& method, const QVariantList& arguments) {
+        QDBusMessage call =
+            QDBusMessage::createMethodCall(serviceName, objectPath, serviceName, method);
+        call.setArguments(arguments);
+        const QDBusMessage reply = bus.call(call, QDBus::BlockWithGui, 5000);
+        if (reply.type() == QDBusMessage::ErrorMessage) {
+            std::printf("[Vellumix] The running instance did not answer (%s); starting anyway\n",
+                        qPrintable(reply.errorMessage()));
+            std::fflush(stdout);
+            return false;
+        }
+        return true;
+    };
+    if (!files.isEmpty() && !ask(QStringLiteral("Open"), {absolutePaths(files)})) {
+        return true;
+    }
+    if (capture && !ask(QStringLiteral("Capture"), {})) {
         return true;
     }
     return false;
@@ -48,6 +57,16 @@ bool SingleInstance::claim(const QStringList& files, QDBusConnection bus) {
 void SingleInstance::Open(const QStringList& paths) {
     if (onOpenFiles) {
         onOpenFiles(paths);
+    }
+}
+
+} // namespace vellumix
+
+namespace vellumix {
+
+void SingleInstance::Capture() {
+    if (onCapture) {
+        onCapture();
     }
 }
 

@@ -20,14 +20,20 @@ public:
 
     /// Files another launch handed over, as absolute paths, in the order given.
     std::function<void(const QStringList&)> onOpenFiles;
+    /// Another launch asked for an area capture (`vellumix --capture`).
+    std::function<void()> onCapture;
 
     /// True when this process is the one that runs; false when another already runs and has
     /// received `files` (then this process should end).
-    bool claim(const QStringList& files, QDBusConnection bus = QDBusConnection::sessionBus());
+    bool claim(const QStringList& files, bool capture = false,
+               QDBusConnection bus = QDBusConnection::sessionBus());
 
 public Q_SLOTS:
     /// Called by a later launch over D-Bus.
     Q_SCRIPTABLE void Open(const QStringList& paths);
+    /// Starts an area capture; called by `vellumix --capture`, also from a desktop's own
+    /// keyboard shortcut where applications cannot take global keys.
+    Q_SCRIPTABLE void Capture();
 };
 
 /// Paths as a later launch hands them over: absolute, so the running process finds them.

@@ -2,6 +2,7 @@
 #include "app/DocumentOpener.h"
 #include "app/OpenPanel.h"
 #include "app/SingleInstance.h"
+#include "capture/CaptureController.h"
 #include "library/Settings.h"
 #include "platform/TerminationSignals.h"
 
@@ -18,14 +19,17 @@ int main(int argc, char* argv[]) {
     QApplication::setQuitOnLastWindowClosed(false);
 
     QStringList files;
+    bool captureNow = false;
     for (const QString& argument : QApplication::arguments().mid(1)) {
-        if (!argument.startsWith(QLatin1Char('-'))) {
+        if (argument == QLatin1String("--capture")) {
+            captureNow = true;
+        } else if (!argument.startsWith(QLatin1Char('-'))) {
             files << argument;
         }
     }
-    // A second launch hands its files to the running Vellumix and ends.
+    // A second launch hands its files (and --capture) to the running Vellumix and ends.
     vellumix::SingleInstance instance;
-    if (!instance.claim(files)) {
+    if (!instance.claim(files, captureNow)) {
         return 0;
     }
 
@@ -42,15 +46,24 @@ int main(int argc, char* argv[]) {
         }
     };
     instance.onOpenFiles = openAll;
+    vellumix::CaptureController capture;
+    capture.onCaptured = [&opener](QImage image) {
+        opener.openNewImage(std::move(image), std::nullopt);
+    };
+    delegate.onCapture = [&capture] { capture.start(); };
+    instance.onCapture = [&capture] { capture.start(); };
     delegate.onPaste = [&opener] { opener.openFromClipboard(); };
     delegate.onOpen = [&opener] {
         if (const auto request = vellumix::runOpenPanel()) {
             opener.open(*request);
         }
     };
-    QTimer::singleShot(0, &delegate, [&delegate, openAll, files] {
+    QTimer::singleShot(0, &delegate, [&delegate, &capture, openAll, files, captureNow] {
         delegate.applicationDidFinishLaunching();
         openAll(files);
+        if (captureNow) {
+            capture.start();
+        }
     });
     return QApplication::exec();
 }

@@ -146,7 +146,11 @@ TEST(SingleInstance, ALaterLaunchHandsItsFilesToTheFirst) {
     QDBusConnection other =
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("second-launch"));
     SingleInstance second;
-    EXPECT_FALSE(second.claim({QStringLiteral("shot.png"), QStringLiteral("/tmp/a.pdf")}, other));
+    int captures = 0;
+    first.onCapture = [&] { ++captures; };
+    EXPECT_FALSE(
+        second.claim({QStringLiteral("shot.png"), QStringLiteral("/tmp/a.pdf")}, true, other));
+    EXPECT_EQ(captures, 1);
     EXPECT_EQ(received, (QStringList{QDir::current().absoluteFilePath("shot.png"),
                                      QStringLiteral("/tmp/a.pdf")}));
     QDBusConnection::disconnectFromBus(QStringLiteral("second-launch"));

@@ -4,13 +4,14 @@
 # Ctrl+W, a second time the app ended by SIGTERM with the window open (each time the history
 # bundle on disk must hold that rectangle), and a third time the picture copied with
 # Ctrl+Shift+C, which must still paste, rectangle included, once its window has closed and with
-# no clipboard manager running. Processes are stopped by PID.
+# no clipboard manager running; a fourth time an area of it captured with `vellumix --capture`.
+# Processes are stopped by PID.
 # usage: editor_draws_and_saves.sh path/to/vellumix path/to/pixel_probe
 set -euo pipefail
 APP=$1
 PROBE=$2
 WORK=$(mktemp -d)
-XVFB_PID="" APP_PID=""
+XVFB_PID="" APP_PID="" SECOND_PID=""
 stop() {
   if [ -n "$1" ]; then
     kill "$1" 2>/dev/null || true
@@ -20,6 +21,7 @@ stop() {
 cleanup() {
   local status=$?
   stop "$APP_PID"
+  stop "$SECOND_PID"
   stop "$XVFB_PID"
   rm -rf "$WORK"
   exit "$status"
@@ -119,4 +121,30 @@ PROBED=$("$PROBE" "$WORK/pasted.png" 50 85 100 85 10 10 | tr '\n' ' ')
 case "$PROBED" in
   "400x300 #e01b24ff #ffffffff #ffffffff ") echo "PASS (copied): $PROBED" ;;
   *) fail "the pasted picture is not the annotated image: $PROBED" ;;
+esac
+
+stop "$APP_PID"
+APP_PID=""
+
+# Captured with `vellumix --capture` (a second launch asks the running one): a drag over the
+# annotated picture from image pixel (40, 40) to (160, 130) gives a new editor whose image holds
+# exactly those pixels, the rectangle's red edge 10 pixels in.
+sleep 1.1
+open_and_draw
+xdotool mousemove 5 5
+sleep 0.3
+# With a session bus this launch hands the request over and ends; without one it captures itself.
+"$APP" --capture >>"$WORK/app.log" 2>&1 &
+SECOND_PID=$!
+sleep 1.5
+xdotool mousemove $(at 40 40) sleep 0.1 mousedown 1 sleep 0.1
+xdotool mousemove $(at 100 85) sleep 0.1
+xdotool mousemove $(at 160 130) sleep 0.1
+xdotool mouseup 1
+sleep 1
+NEWEST=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
+PROBED=$("$PROBE" "$NEWEST/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
+case "$PROBED" in
+  "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS (captured): $PROBED" ;;
+  *) fail "the captured picture is not the selected pixels: $PROBED" ;;
 esac

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "capture/ScreenGrabber.h"
+
+#include <QImage>
+#include <QPointer>
+
+#include <functional>
+#include <memory>
+
+namespace vellumix {
+
+class CaptureView;
+
+/// One area capture at a time: grabs the screen under the mouse, shows the overlay over it and
+/// hands back the selected pixels. A failed grab prints "Screen capture error: " and a reason to
+/// standard output and calls neither callback.
+class CaptureController final {
+public:
+    explicit CaptureController(std::unique_ptr<ScreenGrabber> grabber = makeScreenGrabber());
+    ~CaptureController();
+    CaptureController(const CaptureController&) = delete;
+    CaptureController& operator=(const CaptureController&) = delete;
+
+    /// Starts a capture on the screen under the mouse pointer (the primary screen if none is).
+    /// Ignored while a capture is running.
+    void start();
+    /// From start() until the capture is handed back, cancelled or has failed.
+    bool isRunning() const { return m_running; }
+
+    /// The selected pixels at their full device resolution, device pixel ratio 1. The owner may
+    /// destroy the controller from inside the callback.
+    std::function<void(QImage)> onCaptured;
+    /// The user cancelled (Escape, right click, a drag too small to count). Optional.
+    std::function<void()> onCancelled;
+
+private:
+    void showOverlay(QScreen* screen, ScreenGrab grab);
+    void fail(const QString& reason);
+    void closeOverlay();
+
+    std::unique_ptr<ScreenGrabber> m_grabber;
+    QPointer<CaptureView> m_view;
+    bool m_running = false;
+    // Grabs that answer later (the portal) must not reach a controller that is gone.
+    std::shared_ptr<CaptureController*> m_self;
+};
+
+} // namespace vellumix

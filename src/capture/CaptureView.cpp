@@ -1,0 +1,176 @@
+#include "capture/CaptureView.h"
+
+#include "capture/CaptureGeometry.h"
+
+#include <QFontMetricsF>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPainterPath>
+
+namespace vellumix {
+
+namespace {
+
+const QColor dimColor(0, 0, 0, 115);              // black at 0.45
+const QColor selectionStroke(255, 255, 255, 230); // white at 0.9
+const QColor labelBackground(0, 0, 0, 166);       // black at 0.65
+constexpr double selectionStrokeWidth = 1.5;
+constexpr int labelPixelSize = 12;
+
+bool onX11() {
+    return QGuiApplication::platformName() == QLatin1String("xcb");
+}
+
+} // namespace
+
+CaptureView::CaptureView(QImage grab, QRect screenGeometry, double devicePixelRatio,
+                         QWidget* parent)
+    : QWidget(parent)
+    , m_grab(std::move(grab))
+    , m_screenGeometry(screenGeometry)
+    , m_devicePixelRatio(devicePixelRatio) {
+    Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                            Qt::Tool | Qt::NoDropShadowWindowHint;
+    // An override-redirect window: no window manager may move it, decorate it or keep panels
+    // above it.
+    if (onX11()) {
+        flags |= Qt::BypassWindowManagerHint;
+    }
+    setWindowFlags(flags);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setFocusPolicy(Qt::StrongFocus);
+    setCursor(Qt::CrossCursor);
+    setWindowTitle(tr("Capture"));
+    m_display = m_grab;
+    m_display.setDevicePixelRatio(m_devicePixelRatio);
+    setGeometry(m_screenGeometry);
+}
+
+void CaptureView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    activateWindow();
+    setFocus(Qt::ActiveWindowFocusReason);
+    // The window manager never stacks or focuses an override-redirect window: raise it and take
+    // the keyboard for Escape.
+    if (onX11()) {
+        raise();
+        grabKeyboard();
+    }
+}
+
+void CaptureView::hideEvent(QHideEvent* event) {
+    if (onX11()) {
+        releaseKeyboard();
+    }
+    QWidget::hideEvent(event);
+}
+
+void CaptureView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.drawImage(QPointF(0, 0), m_display);
+    const QRectF all = rect();
+    if (m_selection.isEmpty()) {
+        painter.fillRect(all, dimColor);
+        return;
+    }
+    const QRectF& s = m_selection;
+    painter.fillRect(QRectF(all.left(), all.top(), all.width(), s.top() - all.top()), dimColor);
+    painter.fillRect(QRectF(all.left(), s.bottom(), all.width(), all.bottom() - s.bottom()),
+                     dimColor);
+    painter.fillRect(QRectF(all.left(), s.top(), s.left() - all.left(), s.height()), dimColor);
+    painter.fillRect(QRectF(s.right(), s.top(), all.right() - s.right(), s.height()), dimColor);
+
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(selectionStroke, selectionStrokeWidth));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRect(s);
+    paintSizeLabel(painter);
+}
+
+void CaptureView::paintSizeLabel(QPainter& painter) const {
+    const QRect crop = capture::deviceCropRect(m_selection.translated(m_screenGeometry.topLeft()),
+                                               m_screenGeometry, m_devicePixelRatio, m_grab.size());
+    const QString text = capture::sizeLabelText(crop.size());
+    QFont font = this->font();
+    font.setPixelSize(labelPixelSize);
+    font.setWeight(QFont::Medium);
+    font.setStyleHint(QFont::SansSerif);
+    const QFontMetricsF metrics(font);
+    const QSizeF textSize(metrics.horizontalAdvance(text), metrics.height());
+    const QRectF box = capture::sizeLabelBox(m_cursor, textSize, rect());
+
+    QPainterPath path;
+    path.addRoundedRect(box, capture::sizeLabelCornerRadius, capture::sizeLabelCornerRadius);
+    painter.fillPath(path, labelBackground);
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    const double pad = capture::sizeLabelPadding;
+    painter.drawText(box.adjusted(pad, pad, -pad, -pad), Qt::AlignLeft | Qt::AlignTop, text);
+}
+
+void CaptureView::mousePressEvent(QMouseEvent* event) {
+    if (m_finished) {
+        return;
+    }
+    if (event->button() == Qt::RightButton) {
+        cancel();
+        return;
+    }
+    if (event->button() != Qt::LeftButton) {
+        return;
+    }
+    m_dragging = true;
+    m_dragStart = event->position();
+    m_cursor = m_dragStart;
+    m_selection = QRectF();
+    update();
+}
+
+void CaptureView::mouseMoveEvent(QMouseEvent* event) {
+    if (m_finished || !m_dragging) {
+        return;
+    }
+    m_cursor = event->position();
+    m_selection = capture::selectionFromDrag(m_dragStart, m_cursor, rect());
+    update();
+}
+
+void CaptureView::mouseReleaseEvent(QMouseEvent* event) {
+    if (m_finished || !m_dragging || event->button() != Qt::LeftButton) {
+        return;
+    }
+    m_dragging = false;
+    m_cursor = event->position();
+    m_selection = capture::selectionFromDrag(m_dragStart, m_cursor, rect());
+    if (capture::isSelectionTooSmall(m_selection)) {
+        cancel();
+        return;
+    }
+    m_finished = true;
+    if (onComplete) {
+        onComplete(m_selection.translated(m_screenGeometry.topLeft()));
+    }
+}
+
+void CaptureView::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape) {
+        cancel();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void CaptureView::cancel() {
+    if (m_finished) {
+        return;
+    }
+    m_finished = true;
+    m_dragging = false;
+    if (onCancel) {
+        onCancel();
+    }
+}
+
+} // namespace vellumix

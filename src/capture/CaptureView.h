@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QImage>
+#include <QRect>
+#include <QRectF>
+#include <QWidget>
+
+#include <functional>
+
+namespace vellumix {
+
+/// The capture overlay: a frameless, top-most window over one screen showing the frozen grab,
+/// on which the user drags out the area to keep. Everything outside the selection is dimmed and
+/// a label below the cursor shows the size of the image the selection yields.
+///
+/// Exactly one of the callbacks runs, once; the view ignores input afterwards and its owner
+/// hides and deletes it.
+class CaptureView final : public QWidget {
+    Q_OBJECT
+
+public:
+    /// `grab` holds the device pixels of the screen at `screenGeometry` (desktop coordinates,
+    /// logical units) whose device pixel ratio is `devicePixelRatio`. The view takes that
+    /// geometry.
+    CaptureView(QImage grab, QRect screenGeometry, double devicePixelRatio,
+                QWidget* parent = nullptr);
+
+    /// A selection big enough to keep, in desktop coordinates (logical units).
+    std::function<void(QRectF logicalSelection)> onComplete;
+    /// Escape, a right click, or a drag too small to count.
+    std::function<void()> onCancel;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void paintSizeLabel(QPainter& painter) const;
+    void cancel();
+
+    QImage m_grab;
+    QImage m_display; // m_grab tagged with the screen's ratio, so it paints 1:1 in device pixels
+    QRect m_screenGeometry;
+    double m_devicePixelRatio;
+    QPointF m_dragStart;
+    QPointF m_cursor;
+    QRectF m_selection; // view coordinates; empty when there is none
+    bool m_dragging = false;
+    bool m_finished = false;
+};
+
+} // namespace vellumix

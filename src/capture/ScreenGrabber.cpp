@@ -1,0 +1,38 @@
+#include "capture/ScreenGrabber.h"
+
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QScreen>
+
+#include <iostream>
+
+namespace vellumix {
+
+void X11ScreenGrabber::grab(QScreen* screen, std::function<void(ScreenGrab)> done,
+                            std::function<void(QString reason)> failed) {
+    if (screen == nullptr) {
+        failed(QStringLiteral("no screen to capture"));
+        return;
+    }
+    // Window 0 is the root window: the whole screen as the server has it, in device pixels.
+    QImage image = screen->grabWindow(0).toImage();
+    if (image.isNull()) {
+        failed(QStringLiteral("the %1 platform returned no pixels for screen \"%2\"")
+                   .arg(QGuiApplication::platformName(), screen->name()));
+        return;
+    }
+    image.setDevicePixelRatio(1);
+    done(ScreenGrab{std::move(image), screen->geometry(), screen->devicePixelRatio()});
+}
+
+std::unique_ptr<ScreenGrabber> makeScreenGrabber() {
+    const bool waylandSession =
+        qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland") ||
+        !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    std::cout << "[Vellumix] capture route: X11 screen grab"
+              << (waylandSession ? " (Wayland session: only X11 windows will show)" : "")
+              << std::endl;
+    return std::make_unique<X11ScreenGrabber>();
+}
+
+} // namespace vellumix
