@@ -10,6 +10,9 @@
 #include <QPainterPath>
 #include <QTimer>
 
+#include <algorithm>
+#include <cmath>
+
 namespace vellumix {
 
 namespace {
@@ -63,10 +66,28 @@ HistoryMenuItemView::HistoryMenuItemView(const QImage& thumbnail, const QString&
     : QWidget(parent), m_thumbnail(thumbnail), m_title(title), m_isExternal(isExternal) {
     setMouseTracking(true);
     setAttribute(Qt::WA_Hover);
-    setFixedSize(rowSize);
+    setFixedSize(sizeHint());
     setAccessibleName(title);
     setAccessibleDescription(isExternal ? QStringLiteral("External bundle")
                                         : QStringLiteral("Captured / auto-managed"));
+}
+
+// Left to right: 10 + thumbnail 44 + 8 + badge 14 + 6, the title, 12 + trash 14 + 10.
+constexpr int titleLeft = 82;
+constexpr int titleRightMargin = 36;
+constexpr int minimumTitleWidth = 160;
+
+QFont HistoryMenuItemView::titleFont() const {
+    QFont font = this->font();
+    font.setPixelSize(13);
+    return font;
+}
+
+QSize HistoryMenuItemView::sizeHint() const {
+    const int title = std::max(
+        minimumTitleWidth, int(std::ceil(QFontMetricsF(titleFont()).horizontalAdvance(m_title))));
+    return {std::max(rowSize.width(), titleLeft + std::min(title, 320) + titleRightMargin),
+            rowSize.height()};
 }
 
 bool HistoryMenuItemView::inTrashZone(QPointF point) const {
@@ -158,8 +179,7 @@ void HistoryMenuItemView::paintEvent(QPaintEvent*) {
     } else {
         drawClock(p, badge, secondary);
     }
-    QFont font = this->font();
-    font.setPixelSize(13);
+    const QFont font = titleFont();
     p.setFont(font);
     p.setPen(text);
     const double labelLeft = badge.right() + 6;

@@ -31,7 +31,8 @@ public:
     bool isTrashHovered() const { return m_trashHovered; }
     const QString& title() const { return m_title; }
 
-    QSize sizeHint() const override { return rowSize; }
+    /// 212 × 36 at least; wider so the title gets its 160 units and fits whole where it can.
+    QSize sizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -42,6 +43,7 @@ protected:
 
 private:
     bool inTrashZone(QPointF point) const;
+    QFont titleFont() const;
 
     QImage m_thumbnail;
     QString m_title;
