@@ -1,5 +1,8 @@
 #include "capture/ScreenGrabber.h"
 
+#include "capture/PortalScreenGrabber.h"
+#include "platform/DisplaySession.h"
+
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QScreen>
@@ -26,12 +29,16 @@ void X11ScreenGrabber::grab(QScreen* screen, std::function<void(ScreenGrab)> don
 }
 
 std::unique_ptr<ScreenGrabber> makeScreenGrabber() {
-    const bool waylandSession =
-        qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland") ||
-        !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-    std::cout << "[Vellumix] capture route: X11 screen grab"
-              << (waylandSession ? " (Wayland session: only X11 windows will show)" : "")
-              << std::endl;
+    const DisplaySession session = detectDisplaySession();
+    // Under Wayland (XWayland included) the server shows a client only its own windows; the
+    // compositor hands out the desktop through the Screenshot portal instead.
+    if (session.usesPortals()) {
+        std::cout << "[Vellumix] capture route: Screenshot portal, session "
+                  << describe(session).toStdString() << std::endl;
+        return std::make_unique<PortalScreenGrabber>();
+    }
+    std::cout << "[Vellumix] capture route: X11 screen grab, session "
+              << describe(session).toStdString() << std::endl;
     return std::make_unique<X11ScreenGrabber>();
 }
 

@@ -37,8 +37,8 @@ public:
               std::function<void(QString reason)> failed) override;
 };
 
-/// The grabber for this session. Only the X11 route exists so far; a Wayland session gets it too
-/// and fails cleanly (the server hands back no pixels) until the portal route is added here.
+/// The grabber for this session: the Screenshot portal when the session uses portals (Wayland,
+/// also through XWayland), the X server otherwise. Logs the route chosen.
 std::unique_ptr<ScreenGrabber> makeScreenGrabber();
 
 } // namespace vellumix
