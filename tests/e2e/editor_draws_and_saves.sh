@@ -4,8 +4,9 @@
 # Ctrl+W, a second time the app ended by SIGTERM with the window open (each time the history
 # bundle on disk must hold that rectangle), and a third time the picture copied with
 # Ctrl+Shift+C, which must still paste, rectangle included, once its window has closed and with
-# no clipboard manager running; a fourth time an area of it captured with `vellumix --capture`.
-# Processes are stopped by PID.
+# no clipboard manager running; a fourth time an area of it captured with `vellumix --capture`;
+# last, a later launch hands a PDF and a bundle over to the running one. Processes are stopped
+# by PID.
 # usage: editor_draws_and_saves.sh path/to/vellumix path/to/pixel_probe
 set -euo pipefail
 APP=$1
@@ -147,4 +148,28 @@ PROBED=$("$PROBE" "$NEWEST/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
 case "$PROBED" in
   "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS (captured): $PROBED" ;;
   *) fail "the captured picture is not the selected pixels: $PROBED" ;;
+esac
+
+# A later launch hands a PDF and a project bundle to the running Vellumix and ends: the PDF's
+# first page opens at 144 dpi on white (595 × 842 pt: 1190 × 1684, its blue box where it
+# belongs), the bundle opens as it is, and no second Vellumix keeps running.
+echo 'JVBERi0xLjQKMSAwIG9iago8PCAvVHlwZSAvQ2F0YWxvZyAvUGFnZXMgMiAwIFIgPj4KZW5kb2JqCjIgMCBvYmoKPDwgL1R5cGUgL1BhZ2VzIC9LaWRzIFszIDAgUl0gL0NvdW50IDEgPj4KZW5kb2JqCjMgMCBvYmoKPDwgL1R5cGUgL1BhZ2UgL1BhcmVudCAyIDAgUiAvTWVkaWFCb3ggWzAgMCA1OTUgODQyXSAvQ29udGVudHMgNCAwIFIgPj4KZW5kb2JqCjQgMCBvYmoKPDwgL0xlbmd0aCAyOSA+PgpzdHJlYW0KMCAwIDEgcmcgMTAwIDYwMCAyMDAgMTAwIHJlIGYKZW5kc3RyZWFtCmVuZG9iagp4cmVmCjAgNQowMDAwMDAwMDAwIDY1NTM1IGYgCjAwMDAwMDAwMDkgMDAwMDAgbiAKMDAwMDAwMDA1OCAwMDAwMCBuIAowMDAwMDAwMTE1IDAwMDAwIG4gCjAwMDAwMDAyMDIgMDAwMDAgbiAKdHJhaWxlcgo8PCAvU2l6ZSA1IC9Sb290IDEgMCBSID4+CnN0YXJ0eHJlZgoyODEKJSVFT0YK' | base64 -d >"$WORK/page.pdf"
+FIRST_BUNDLE=$(ls -1dtr "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
+WINDOWS_BEFORE=$(xdotool search --onlyvisible --pid "$APP_PID" --name '^Vellumix$' | wc -l)
+"$APP" "$WORK/page.pdf" "$FIRST_BUNDLE" >>"$WORK/app.log" 2>&1 &
+SECOND_PID=$!
+timeout 10 tail --pid="$SECOND_PID" -f /dev/null || fail "the second launch did not hand over and end"
+SECOND_PID=""
+for _ in $(seq 1 100); do
+  WINDOWS_AFTER=$(xdotool search --onlyvisible --pid "$APP_PID" --name '^Vellumix$' | wc -l)
+  [ "$WINDOWS_AFTER" -ge $((WINDOWS_BEFORE + 2)) ] && break
+  sleep 0.1
+done
+[ "$WINDOWS_AFTER" -eq $((WINDOWS_BEFORE + 2)) ] ||
+  fail "expected two more editor windows, found $WINDOWS_BEFORE then $WINDOWS_AFTER"
+NEWEST=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
+PROBED=$("$PROBE" "$NEWEST/image.png" 50 50 400 380 | tr '\n' ' ')
+case "$PROBED" in
+  "1190x1684 #ffffffff #0000ffff ") echo "PASS (handed over): $PROBED" ;;
+  *) fail "the PDF page did not open as expected: $PROBED" ;;
 esac
