@@ -1,11 +1,11 @@
 #include "BenchData.h"
+#include "FirstPaint.h"
 #include "app/DocumentOpener.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "capture/CaptureGeometry.h"
 #include "library/Settings.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
@@ -13,19 +13,6 @@
 using namespace vellumix;
 
 namespace {
-
-class PaintCounter final : public QObject {
-public:
-    int paints = 0;
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Paint) {
-            ++paints;
-        }
-        return QObject::eventFilter(watched, event);
-    }
-};
 
 // From the mouse-up of a capture on a 2560 × 1440 screen to its editor window shown, first
 // frame painted, with the history bundle (image, thumbnail, icon) written: the crop of the
@@ -42,15 +29,10 @@ void CaptureToEditor(benchmark::State& state) {
         QImage captured = grab.copy(crop);
         opener.openNewImage(std::move(captured), std::nullopt);
         EditorWindowController* editor = opener.editors().back();
-        PaintCounter counter;
-        editor->canvasView()->installEventFilter(&counter);
-        QElapsedTimer guard;
-        guard.start();
-        while (counter.paints == 0 && guard.elapsed() < 5000) {
-            QApplication::processEvents();
+        if (!bench::waitForFirstPaint(editor->canvasView())) {
+            state.SkipWithError("the canvas was never painted");
         }
         state.PauseTiming();
-        editor->canvasView()->removeEventFilter(&counter);
         editor->close();
         QApplication::processEvents();
         state.ResumeTiming();

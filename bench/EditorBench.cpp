@@ -1,11 +1,11 @@
 #include "BenchData.h"
+#include "FirstPaint.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "editor/EditorWindowController.h"
 #include "library/Settings.h"
 #include "library/StyleLibrary.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
@@ -13,20 +13,6 @@
 using namespace vellumix;
 
 namespace {
-
-// Counts the canvas's paint passes.
-class PaintCounter final : public QObject {
-public:
-    int paints = 0;
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Paint) {
-            ++paints;
-        }
-        return QObject::eventFilter(watched, event);
-    }
-};
 
 // From a decoded 5120 × 2880 screenshot to its editor window shown with the canvas's first
 // frame painted: construction, layout, the fit-scale canvas and one full paint.
@@ -38,15 +24,8 @@ void OpenEditorWindow(benchmark::State& state) {
     for (auto _ : state) {
         EditorWindowController window(EditorDocument{shot, std::nullopt, std::nullopt, {}},
                                       EditorServices{settings, styles, nullptr});
-        PaintCounter counter;
-        window.canvasView()->installEventFilter(&counter);
         window.present();
-        QElapsedTimer guard;
-        guard.start();
-        while (counter.paints == 0 && guard.elapsed() < 5000) {
-            QApplication::processEvents();
-        }
-        if (counter.paints == 0) {
+        if (!bench::waitForFirstPaint(window.canvasView())) {
             state.SkipWithError("the canvas was never painted");
         }
         state.PauseTiming();

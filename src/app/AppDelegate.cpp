@@ -104,33 +104,25 @@ void AppDelegate::buildStatusMenu() {
     QMenu* menu = m_statusMenu.get();
     menu->addAction(headerItem(menu));
     menu->addSeparator();
-    m_captureItem = menu->addAction(themed("camera-photo"), QStringLiteral("Capture"));
-    connect(m_captureItem, &QAction::triggered, this, [this] {
-        if (onCapture) {
-            onCapture();
-        }
-    });
-    QAction* paste = menu->addAction(themed("edit-paste"), QStringLiteral("Paste"));
-    connect(paste, &QAction::triggered, this, [this] {
-        if (onPaste) {
-            onPaste();
-        }
-    });
-    QAction* open = menu->addAction(themed("document-open"), QStringLiteral("Open…"));
-    connect(open, &QAction::triggered, this, [this] {
-        if (onOpen) {
-            onOpen();
-        }
-    });
+    // Each item runs what `main` handed in, if anything, when it is chosen.
+    const auto relay = [this](QAction* item, std::function<void()> AppDelegate::*handler) {
+        connect(item, &QAction::triggered, this, [this, handler] {
+            if (this->*handler) {
+                (this->*handler)();
+            }
+        });
+        return item;
+    };
+    m_captureItem = relay(menu->addAction(themed("camera-photo"), QStringLiteral("Capture")),
+                          &AppDelegate::onCapture);
+    relay(menu->addAction(themed("edit-paste"), QStringLiteral("Paste")), &AppDelegate::onPaste);
+    relay(menu->addAction(themed("document-open"), QStringLiteral("Open…")), &AppDelegate::onOpen);
     m_historyMenu = menu->addMenu(themed("document-open-recent"), QStringLiteral("History"));
     m_historyMenu->setTitle(QStringLiteral("History"));
     menu->addSeparator();
-    m_settingsItem = menu->addAction(themed("preferences-system"), QStringLiteral("Settings…"));
-    connect(m_settingsItem, &QAction::triggered, this, [this] {
-        if (onSettings) {
-            onSettings();
-        }
-    });
+    m_settingsItem =
+        relay(menu->addAction(themed("preferences-system"), QStringLiteral("Settings…")),
+              &AppDelegate::onSettings);
     QAction* quit = menu->addAction(themed("application-exit"), QStringLiteral("Quit"));
     connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit);
     // The history is read afresh each time the menu opens; settings only once they exist.

@@ -75,10 +75,8 @@ void CanvasDocument::setImage(const QImage& image) {
 
 void CanvasDocument::assignImage(QImage image, AnnotationList list) {
     m_image = std::move(image);
-    // The list follows first, so the canvas grows once for both.
+    // Assigning the list grows the canvas and redisplays, for the new image as well.
     assignAnnotations(std::move(list));
-    updateCanvasSize();
-    redisplay();
     if (onImageChanged) {
         onImageChanged(m_image);
     }

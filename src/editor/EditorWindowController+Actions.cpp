@@ -121,18 +121,23 @@ void EditorWindowController::connectActions() {
 }
 
 void EditorWindowController::routeColorPanel() {
-    SharedColorPanel& panel = SharedColorPanel::instance();
     // While a text box is edited, the panel's colour goes to its text, whichever well opened
-    // the panel; the panel is shared by all windows, so the hook asks the well's window.
-    panel.redirect = [](const Color& color) {
-        ColorWell* target = SharedColorPanel::instance().target();
-        auto* window = target ? qobject_cast<EditorWindowController*>(target->window()) : nullptr;
-        if (!window || !window->m_canvas->document().isEditingText()) {
-            return false;
-        }
-        window->m_model->fontColorChanged(color);
+    // the panel; the panel is shared by all windows, so one hook, installed once, asks the
+    // well's window.
+    static const bool redirected = [] {
+        SharedColorPanel::instance().redirect = [](const Color& color) {
+            ColorWell* target = SharedColorPanel::instance().target();
+            auto* window =
+                target ? qobject_cast<EditorWindowController*>(target->window()) : nullptr;
+            if (!window || !window->m_canvas->document().isEditingText()) {
+                return false;
+            }
+            window->m_model->fontColorChanged(color);
+            return true;
+        };
         return true;
-    };
+    }();
+    (void)redirected;
     // The panel taking the keyboard does not end the text edit it colours.
     m_canvas->keepsTextEditingFor = [](const QWidget* activeWindow) {
         return activeWindow &&

@@ -21,7 +21,6 @@ void beep() {
 } // namespace
 
 void EditorWindowController::imageDidChange(const QImage& image) {
-    m_image = image;
     // The bundle follows every change of the picture, undo and redo included.
     HistoryStore* history = m_services.history;
     if (!history || !m_bundlePath) {
@@ -46,8 +45,8 @@ void EditorWindowController::replaceInSession(const imageops::Edited& edited,
 
 void EditorWindowController::rotateRight() {
     CanvasDocument& document = m_canvas->document();
-    const QSize before = m_image.size();
-    const auto rotated = imageops::rotateRight(m_image, document.annotations());
+    const QSize before = currentImage().size();
+    const auto rotated = imageops::rotateRight(currentImage(), document.annotations());
     if (!rotated) {
         beep();
         return;
@@ -61,20 +60,20 @@ void EditorWindowController::rotateRight() {
 
 void EditorWindowController::flip(Qt::Orientation axis) {
     CanvasDocument& document = m_canvas->document();
-    const auto flipped = imageops::flip(m_image, document.annotations(), axis);
+    const auto flipped = imageops::flip(currentImage(), document.annotations(), axis);
     if (!flipped) {
         beep();
         return;
     }
     std::optional<QRectF> crop = document.cropRect;
     if (crop) {
-        crop = imageops::flipCrop(*crop, m_image.size(), axis);
+        crop = imageops::flipCrop(*crop, currentImage().size(), axis);
     }
     replaceInSession(*flipped, crop);
 }
 
 void EditorWindowController::autoEnhanceImage() {
-    const auto enhanced = filters::autoEnhance(m_image);
+    const auto enhanced = filters::autoEnhance(currentImage());
     if (!enhanced) {
         beep();
         return;
@@ -84,7 +83,7 @@ void EditorWindowController::autoEnhanceImage() {
 }
 
 void EditorWindowController::straightenDocument() {
-    const auto straightened = filters::straightenDocument(m_image);
+    const auto straightened = filters::straightenDocument(currentImage());
     if (!straightened) {
         beep();
         return;
@@ -102,7 +101,8 @@ void EditorWindowController::applyImageEdit() {
         return;
     }
     const Color blank = m_services.settings.blankCanvasColor();
-    const auto cropped = imageops::crop(m_image, document.annotations(), *document.cropRect, blank);
+    const auto cropped =
+        imageops::crop(currentImage(), document.annotations(), *document.cropRect, blank);
     if (!cropped) {
         beep();
         return;
@@ -126,7 +126,7 @@ void EditorWindowController::cancelImageEdit() {
 void EditorWindowController::mergeIntoImage(const AnnotationIDSet& ids) {
     CanvasDocument& document = m_canvas->document();
     document.commitTextEditing(false);
-    const auto merged = imageops::merge(m_image, document.annotations(), ids);
+    const auto merged = imageops::merge(currentImage(), document.annotations(), ids);
     if (!merged) {
         beep();
         return;
@@ -137,7 +137,7 @@ void EditorWindowController::mergeIntoImage(const AnnotationIDSet& ids) {
 }
 
 bool EditorWindowController::applyFilter(const QString& kind, double strength) {
-    const auto filtered = filters::applyFilter(m_image, kind, strength);
+    const auto filtered = filters::applyFilter(currentImage(), kind, strength);
     if (!filtered) {
         return false;
     }
@@ -157,7 +157,8 @@ void EditorWindowController::replaceImageWithAssistantResult(const QImage& image
     QImage normalized = image;
     normalized.setDevicePixelRatio(1);
     document.replaceImage(
-        normalized, imageops::mapToNewImage(document.annotations(), m_image.size(), image.size()),
+        normalized,
+        imageops::mapToNewImage(document.annotations(), currentImage().size(), image.size()),
         QStringLiteral("Gemini Edit"));
 }
 

@@ -14,7 +14,7 @@ void EditorWindowController::presentResizeDialog() {
         m_resizeDialog->activateWindow();
         return;
     }
-    m_resizeDialog = new ResizeImageDialog(m_image.size(), this);
+    m_resizeDialog = new ResizeImageDialog(currentImage().size(), this);
     m_resizeDialog->setAttribute(Qt::WA_DeleteOnClose);
     m_resizeDialog->onApply = [this](QSize size) { resizeImage(size); };
     m_resizeDialog->show();
@@ -22,8 +22,8 @@ void EditorWindowController::presentResizeDialog() {
 
 void EditorWindowController::resizeImage(QSize size) {
     CanvasDocument& document = m_canvas->document();
-    const QSize before = m_image.size();
-    const auto resized = imageops::resize(m_image, document.annotations(), size);
+    const QSize before = currentImage().size();
+    const auto resized = imageops::resize(currentImage(), document.annotations(), size);
     if (!resized) {
         QApplication::beep();
         return;

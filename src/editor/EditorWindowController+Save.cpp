@@ -1,9 +1,9 @@
 #include "EditorModel.h"
 #include "EditorWindowController.h"
-#include "imaging/ExportFormats.h"
 #include "SplitButtons.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationCanvasView.h"
+#include "imaging/ExportFormats.h"
 #include "library/HistoryStore.h"
 #include "library/Settings.h"
 #include "platform/BundleServices.h"
@@ -48,7 +48,7 @@ std::optional<QImage> EditorWindowController::flattenedPicture() {
     CanvasDocument& document = m_canvas->document();
     // With the annotations hidden, what is saved is the plain image.
     return document.flatten(
-        render::FlattenOptions(QSizeF(m_image.size()), false, document.showsAnnotations()));
+        render::FlattenOptions(QSizeF(currentImage().size()), false, document.showsAnnotations()));
 }
 
 void EditorWindowController::performSelectedSave() {
@@ -174,7 +174,7 @@ bool EditorWindowController::writeProject(const QString& path) {
     const QString partial = path + QStringLiteral(".partial");
     QDir(partial).removeRecursively();
     const Status written =
-        bundle::write(m_image, document.annotations(), partial, platformBundleServices());
+        bundle::write(currentImage(), document.annotations(), partial, platformBundleServices());
     QString failure;
     if (!written) {
         failure = written.error().message;

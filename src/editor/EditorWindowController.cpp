@@ -33,7 +33,6 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
                                                QWidget* parent)
     : QWidget(parent, Qt::Window)
     , m_services(services)
-    , m_image(document.image)
     , m_bundlePath(std::move(document.bundlePath))
     , m_sourceFormat(std::move(document.sourceFormat)) {
     setWindowTitle(QStringLiteral("Vellumix"));
@@ -48,8 +47,8 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
     }
     CanvasDocument& canvas = m_canvas->document();
     canvas.showCursorCoords = m_services.settings.showCursorCoords();
-    m_model = std::make_unique<EditorModel>(canvas, m_services.settings, m_services.styles, m_image,
-                                            visibleFrame);
+    m_model = std::make_unique<EditorModel>(canvas, m_services.settings, m_services.styles,
+                                            document.image, visibleFrame);
     canvas.setAnnotationsWithoutUndo(std::move(document.initialAnnotations));
 
     buildInterface();
@@ -74,6 +73,10 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
 EditorWindowController::~EditorWindowController() {
     // The model detaches from the canvas's document before the canvas goes.
     m_model.reset();
+}
+
+const QImage& EditorWindowController::currentImage() const {
+    return m_model->image();
 }
 
 void EditorWindowController::present() {

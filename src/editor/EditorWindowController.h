@@ -140,6 +140,9 @@ private:
     void magnify(double factor, QPointF anchor);
     void routeColorPanel();
 
+    /// The picture being edited: the model's, which follows every change of the canvas's.
+    const QImage& currentImage() const;
+
     // Closing
     void saveOnClose();
 
@@ -152,7 +155,6 @@ private:
     void replaceInSession(const imageops::Edited& edited, std::optional<QRectF> crop);
 
     EditorServices m_services;
-    QImage m_image;
     std::optional<QString> m_bundlePath;
     std::optional<QString> m_sourceFormat;
     bool m_isDiscarded = false;

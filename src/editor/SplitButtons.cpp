@@ -185,6 +185,20 @@ bool isPlainKey(const QKeyEvent* event, Qt::KeyboardModifiers allowed = Qt::NoMo
     return modifiers == Qt::NoModifier || modifiers == allowed;
 }
 
+// The keys a focused button answers: Space presses it, Alt+Down or F4 opens its menu.
+enum class ButtonKey { none, press, menu };
+
+ButtonKey buttonKey(const QKeyEvent* event) {
+    if (event->key() == Qt::Key_Space && isPlainKey(event)) {
+        return ButtonKey::press;
+    }
+    if ((event->key() == Qt::Key_Down && isPlainKey(event, Qt::AltModifier)) ||
+        (event->key() == Qt::Key_F4 && isPlainKey(event))) {
+        return ButtonKey::menu;
+    }
+    return ButtonKey::none;
+}
+
 template <typename Callback> void runCallback(const Callback& callback) {
     // A copy: the callback may replace itself or close the window that owns the button.
     const Callback copy = callback;
@@ -381,15 +395,13 @@ void SaveSplitButton::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void SaveSplitButton::keyPressEvent(QKeyEvent* event) {
-    const bool space = event->key() == Qt::Key_Space && isPlainKey(event);
-    const bool menuKey = (event->key() == Qt::Key_Down && isPlainKey(event, Qt::AltModifier)) ||
-                         (event->key() == Qt::Key_F4 && isPlainKey(event));
-    if (!space && !menuKey) {
+    const ButtonKey key = buttonKey(event);
+    if (key == ButtonKey::none) {
         QWidget::keyPressEvent(event);
         return;
     }
     if (!event->isAutoRepeat()) {
-        press(space ? Part::main : Part::chevron, false);
+        press(key == ButtonKey::press ? Part::main : Part::chevron, false);
     }
 }
 
@@ -473,10 +485,7 @@ void AIProviderButton::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void AIProviderButton::keyPressEvent(QKeyEvent* event) {
-    const bool space = event->key() == Qt::Key_Space && isPlainKey(event);
-    const bool menuKey = (event->key() == Qt::Key_Down && isPlainKey(event, Qt::AltModifier)) ||
-                         (event->key() == Qt::Key_F4 && isPlainKey(event));
-    if (!space && !menuKey) {
+    if (buttonKey(event) == ButtonKey::none) {
         QWidget::keyPressEvent(event);
         return;
     }

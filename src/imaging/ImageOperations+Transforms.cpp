@@ -37,32 +37,23 @@ AnnotationList transformAnnotations(const AnnotationList& annotations, const QTr
     result.reserve(annotations.size());
     for (const Annotation& annotation : annotations) {
         Annotation copy = annotation;
-        std::visit(
-            [&](auto& a) {
-                using T = std::decay_t<decltype(a)>;
-                if constexpr (std::is_same_v<T, StrokeAnnotation>) {
-                    for (int i = 0; i < a.path.elementCount(); ++i) {
-                        const QPainterPath::Element e = a.path.elementAt(i);
-                        const QPointF p = t.map(QPointF(e.x, e.y));
-                        a.path.setElementPositionAt(i, p.x(), p.y());
+        if (!geometry::transformPoints(copy, t)) {
+            std::visit(
+                [&](auto& a) {
+                    using T = std::decay_t<decltype(a)>;
+                    if constexpr (std::is_same_v<T, TextAnnotation>) {
+                        // Text cannot turn or mirror and stay readable: the box keeps its size
+                        // and only its centre follows the picture.
+                        a.rect.moveCenter(t.map(a.rect.center()));
+                    } else if constexpr (std::is_same_v<T, OverlayAnnotation>) {
+                        a.rect = t.mapRect(a.rect);
+                        a.image = turnPicture(a.image);
+                    } else if constexpr (std::is_same_v<T, ShapeAnnotation>) {
+                        a.rect = t.mapRect(a.rect);
                     }
-                } else if constexpr (std::is_same_v<T, ArrowAnnotation>) {
-                    a.start = t.map(a.start);
-                    a.end = t.map(a.end);
-                    a.controlPoint = t.map(a.controlPoint);
-                } else if constexpr (std::is_same_v<T, TextAnnotation>) {
-                    // Text cannot turn or mirror and stay readable: the box keeps its size and
-                    // only its centre follows the picture.
-                    const QPointF centre = t.map(a.rect.center());
-                    a.rect.moveCenter(centre);
-                } else if constexpr (std::is_same_v<T, OverlayAnnotation>) {
-                    a.rect = t.mapRect(a.rect);
-                    a.image = turnPicture(a.image);
-                } else {
-                    a.rect = t.mapRect(a.rect);
-                }
-            },
-            copy);
+                },
+                copy);
+        }
         result.push_back(std::move(copy));
     }
     return result;

@@ -4,6 +4,27 @@
 
 namespace vellumix::geometry {
 
+bool transformPoints(Annotation& annotation, const QTransform& t) {
+    if (auto* stroke = std::get_if<StrokeAnnotation>(&annotation)) {
+        // Moving the points of a copy keeps the path's storage in one piece, several times
+        // faster than building a mapped path.
+        QPainterPath& path = stroke->path;
+        for (int i = 0; i < path.elementCount(); ++i) {
+            const QPainterPath::Element e = path.elementAt(i);
+            const QPointF p = t.map(QPointF(e.x, e.y));
+            path.setElementPositionAt(i, p.x(), p.y());
+        }
+        return true;
+    }
+    if (auto* arrow = std::get_if<ArrowAnnotation>(&annotation)) {
+        arrow->start = t.map(arrow->start);
+        arrow->end = t.map(arrow->end);
+        arrow->controlPoint = t.map(arrow->controlPoint);
+        return true;
+    }
+    return false;
+}
+
 AnnotationList mapAnnotations(const AnnotationList& annotations, const QRectF& from,
                               const QRectF& to) {
     // A degenerate source side would divide by zero; that axis keeps its scale.
@@ -20,26 +41,15 @@ AnnotationList mapAnnotations(const AnnotationList& annotations, const QRectF& f
     mapped.reserve(annotations.size());
     for (const Annotation& annotation : annotations) {
         Annotation copy = annotation;
-        std::visit(
-            [&](auto& a) {
-                using T = std::decay_t<decltype(a)>;
-                if constexpr (std::is_same_v<T, StrokeAnnotation>) {
-                    // Moving the points of a copy keeps the path's storage in one piece,
-                    // several times faster than building a mapped path.
-                    for (int i = 0; i < a.path.elementCount(); ++i) {
-                        const QPainterPath::Element e = a.path.elementAt(i);
-                        const QPointF p = t.map(QPointF(e.x, e.y));
-                        a.path.setElementPositionAt(i, p.x(), p.y());
+        if (!transformPoints(copy, t)) {
+            std::visit(
+                [&](auto& a) {
+                    if constexpr (requires { a.rect; }) {
+                        a.rect = mapRect(a.rect);
                     }
-                } else if constexpr (std::is_same_v<T, ArrowAnnotation>) {
-                    a.start = t.map(a.start);
-                    a.end = t.map(a.end);
-                    a.controlPoint = t.map(a.controlPoint);
-                } else {
-                    a.rect = mapRect(a.rect);
-                }
-            },
-            copy);
+                },
+                copy);
+        }
         mapped.push_back(std::move(copy));
     }
     return mapped;

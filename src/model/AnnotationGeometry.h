@@ -5,6 +5,7 @@
 #include <QPainterPath>
 #include <QRectF>
 #include <QSizeF>
+#include <QTransform>
 
 #include <optional>
 #include <vector>
@@ -96,6 +97,10 @@ QRectF dragCropRect(const QRectF& cropRect, CropHandle handle, double dx, double
                     const QRectF& limit);
 
 // --- Mapping and canvas growth -----------------------------------------------------------------
+
+/// Moves the points of a stroke or an arrow through `t` and returns true; other kinds, which
+/// are placed by a rectangle, are left for the caller and give false.
+bool transformPoints(Annotation& annotation, const QTransform& t);
 
 /// Maps every annotation from one rectangle onto another (points scale; line widths, font
 /// sizes, padding and radii do not).
