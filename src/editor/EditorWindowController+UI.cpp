@@ -386,7 +386,8 @@ QWidget* EditorWindowController::buildFooter() {
     row->addWidget(m_imageEditGroup);
     row->addStretch(1);
     m_assistantGroup = buildAssistantGroup();
-    row->addWidget(m_assistantGroup);
+    // The group takes the room there is, up to its prompt field's 280.
+    row->addWidget(m_assistantGroup, 1);
     return bar;
 }
 
@@ -425,7 +426,11 @@ QWidget* EditorWindowController::buildAssistantGroup() {
     m_providerButton->setToolTip(QStringLiteral("AI provider"));
     m_infoButton = iconButton(QStringLiteral("info"), QStringLiteral("AI tips"), group);
     m_promptField = new QLineEdit(group);
-    m_promptField->setFixedSize(280, 24);
+    // About 280 wide, narrower before the footer would run out of the window.
+    m_promptField->setFixedHeight(24);
+    m_promptField->setMinimumWidth(120);
+    m_promptField->setMaximumWidth(280);
+    m_promptField->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     // The assistant's request flow is not wired up yet: the group is in place, inert.
     for (QWidget* part :
          std::initializer_list<QWidget*>{m_providerButton, m_infoButton, m_promptField}) {

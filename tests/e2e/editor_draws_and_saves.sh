@@ -5,8 +5,8 @@
 # bundle on disk must hold that rectangle), and a third time the picture copied with
 # Ctrl+Shift+C, which must still paste, rectangle included, once its window has closed and with
 # no clipboard manager running; a fourth time an area of it captured with `vellumix --capture`;
-# last, a later launch hands a PDF and a bundle over to the running one. Processes are stopped
-# by PID.
+# then a later launch hands a PDF and a bundle over to the running one; last, the picture is
+# exported to the desktop with Return. Processes are stopped by PID.
 # usage: editor_draws_and_saves.sh path/to/vellumix path/to/pixel_probe
 set -euo pipefail
 APP=$1
@@ -172,4 +172,23 @@ PROBED=$("$PROBE" "$NEWEST/image.png" 50 50 400 380 | tr '\n' ' ')
 case "$PROBED" in
   "1190x1684 #ffffffff #0000ffff ") echo "PASS (handed over): $PROBED" ;;
   *) fail "the PDF page did not open as expected: $PROBED" ;;
+esac
+
+# Exported with Return, which runs the save button's default action, "Export to Desktop": the
+# PNG on the desktop holds the annotated picture, and the window closes after saving.
+stop "$APP_PID"
+APP_PID=""
+mkdir -p "$HOME/Desktop"
+open_and_draw
+xdotool key Return
+for _ in $(seq 1 100); do
+  ls "$HOME"/Desktop/Vellumix-*.png >/dev/null 2>&1 && break
+  sleep 0.05
+done
+EXPORTED=$(ls -1 "$HOME"/Desktop/Vellumix-*.png 2>/dev/null | head -1)
+[ -n "$EXPORTED" ] || fail "nothing was exported to the desktop"
+PROBED=$("$PROBE" "$EXPORTED" 50 85 100 85 10 10 | tr '\n' ' ')
+case "$PROBED" in
+  "400x300 #e01b24ff #ffffffff #ffffffff ") echo "PASS (exported): $PROBED" ;;
+  *) fail "the exported picture is not the annotated image: $PROBED" ;;
 esac
