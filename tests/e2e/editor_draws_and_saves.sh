@@ -5,14 +5,15 @@
 # bundle on disk must hold that rectangle), and a third time the picture copied with
 # Ctrl+Shift+C, which must still paste, rectangle included, once its window has closed and with
 # no clipboard manager running; a fourth time an area of it captured with `vellumix --capture`;
-# then a later launch hands a PDF and a bundle over to the running one; last, the picture is
-# exported to the desktop with Return. Processes are stopped by PID.
+# then the same through the status menu of the tray icon (an XEmbed tray, trayer, stands in for
+# the desktop's panel); then a later launch hands a PDF and a bundle over to the running one;
+# last, the picture is exported to the desktop with Return. Processes are stopped by PID.
 # usage: editor_draws_and_saves.sh path/to/vellumix path/to/pixel_probe
 set -euo pipefail
 APP=$1
 PROBE=$2
 WORK=$(mktemp -d)
-XVFB_PID="" APP_PID="" SECOND_PID=""
+XVFB_PID="" APP_PID="" SECOND_PID="" TRAY_PID=""
 stop() {
   if [ -n "$1" ]; then
     kill "$1" 2>/dev/null || true
@@ -23,6 +24,7 @@ cleanup() {
   local status=$?
   stop "$APP_PID"
   stop "$SECOND_PID"
+  stop "$TRAY_PID"
   stop "$XVFB_PID"
   rm -rf "$WORK"
   exit "$status"
@@ -148,6 +150,42 @@ PROBED=$("$PROBE" "$NEWEST/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
 case "$PROBED" in
   "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS (captured): $PROBED" ;;
   *) fail "the captured picture is not the selected pixels: $PROBED" ;;
+esac
+
+# Captured through the tray: a click on the icon opens the status menu, whose first item is
+# "Capture"; the same drag must give the same pixels.
+stop "$APP_PID"
+APP_PID=""
+trayer --edge top --align right --widthtype pixel --width 64 --heighttype pixel --height 32 \
+  --SetDockType true --transparent false >/dev/null 2>&1 &
+TRAY_PID=$!
+sleep 1.1
+open_and_draw
+ICON=""
+for _ in $(seq 1 100); do
+  # The docked icon is the app's one small window inside the panel.
+  for w in $(xdotool search --pid "$APP_PID" --name '^Vellumix$' 2>/dev/null); do
+    eval "$(xdotool getwindowgeometry --shell "$w" | sed 's/^/I_/')"
+    if [ "$I_WIDTH" -gt 4 ] && [ "$I_WIDTH" -le 64 ] && [ "$I_Y" -lt 32 ]; then ICON=$w; fi
+  done
+  [ -n "$ICON" ] && break
+  sleep 0.1
+done
+[ -n "$ICON" ] || fail "no tray icon appeared in the panel"
+xdotool mousemove $((I_X + I_WIDTH / 2)) $((I_Y + I_HEIGHT / 2)) click 1
+sleep 0.5
+xdotool key Down Return
+sleep 1
+xdotool mousemove $(at 40 40) sleep 0.1 mousedown 1 sleep 0.1
+xdotool mousemove $(at 100 85) sleep 0.1
+xdotool mousemove $(at 160 130) sleep 0.1
+xdotool mouseup 1
+sleep 1
+NEWEST=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
+PROBED=$("$PROBE" "$NEWEST/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
+case "$PROBED" in
+  "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS (captured from the tray menu): $PROBED" ;;
+  *) fail "the picture captured from the tray menu is not the selected pixels: $PROBED" ;;
 esac
 
 # A later launch hands a PDF and a project bundle to the running Vellumix and ends: the PDF's
