@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Fuzzes with libFuzzer (clang, ASan and UBSan) for a fixed time: the annotations.json reader
-# and the model-answer path (directives → commands → canvas).
-# usage: bash scripts/fuzz.sh [seconds] [annotations|directives]
-#        (default 60 seconds each, both targets; findings land in build-fuzz/findings)
+# and the model-answer path (directives → commands → canvas), and the cloud model's answers.
+# usage: bash scripts/fuzz.sh [seconds] [annotations|directives|gemini]
+#        (default 60 seconds each, every target; findings land in build-fuzz/findings)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,11 +15,12 @@ if [ ! -f "$BUILD_DIR/build.ninja" ]; then
     -DCMAKE_CXX_FLAGS="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined" \
     -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=address,undefined"
 fi
-TARGETS=${2:-annotations directives}
+TARGETS=${2:-annotations directives gemini}
 export QT_QPA_PLATFORM=offscreen
 for target in $TARGETS; do
   corpus_source=fuzz/corpus
   [ "$target" = directives ] && corpus_source=fuzz/corpus-directives
+  [ "$target" = gemini ] && corpus_source=fuzz/corpus-gemini
   cmake --build "$BUILD_DIR" --target "${target}_fuzzer"
   mkdir -p "$BUILD_DIR/corpus-$target" "$BUILD_DIR/findings"
   cp -n "$corpus_source"/* "$BUILD_DIR/corpus-$target/" 2>/dev/null || true

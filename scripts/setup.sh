@@ -14,11 +14,13 @@ PACKAGES=(
   libtesseract-dev tesseract-ocr-eng
   libpoppler-qt6-dev
   libheif-dev libwebp-dev libjpeg-dev libpng-dev zlib1g-dev
+  # image analysis: OpenCV's cascade detector and Debian's Haar cascades
+  libopencv-objdetect-dev opencv-data
   # secret storage and desktop integration
   qtkeychain-qt6-dev libsecret-1-0 libsecret-tools gnome-keyring dbus dbus-daemon dbus-x11
   libglib2.0-dev libglib2.0-bin
   # X11 capture and key grabs
-  libx11-dev libxcb-keysyms1-dev
+  libx11-dev libxcb-keysyms1-dev libxcb-xtest0-dev
   # JSON
   nlohmann-json3-dev libsimdjson-dev
   # tests, benchmarks and fuzzing

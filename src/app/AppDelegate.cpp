@@ -5,6 +5,7 @@
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "editor/EditorModel.h"
+#include "library/CaptureShortcut.h"
 #include "library/HistoryStore.h"
 #include "platform/DisplaySession.h"
 
@@ -98,6 +99,12 @@ void AppDelegate::applicationDidFinishLaunching() {
     }
     std::fflush(stdout);
     m_trayIcon->show();
+}
+
+void AppDelegate::showCaptureShortcut(std::uint32_t keyCode, std::uint32_t modifierFlags) {
+    // Only a hint: the key itself is caught by the global shortcut, never by the menu.
+    m_captureItem->setShortcut(shortcut::menuKeySequence(keyCode, modifierFlags));
+    m_captureItem->setShortcutContext(Qt::WidgetShortcut);
 }
 
 void AppDelegate::buildStatusMenu() {

@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QSystemTrayIcon>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -28,6 +29,8 @@ public:
     QMenu* historyMenu() const { return m_historyMenu; }
     QSystemTrayIcon* trayIcon() const { return m_trayIcon.get(); }
     QAction* captureMenuItem() const { return m_captureItem; }
+    /// Shows the stored capture shortcut beside "Capture" (none for key code 0).
+    void showCaptureShortcut(std::uint32_t keyCode, std::uint32_t modifierFlags);
 
     std::function<void()> onCapture;
     std::function<void()> onPaste;

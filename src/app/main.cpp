@@ -1,9 +1,14 @@
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
+#include "app/GlobalShortcut.h"
 #include "app/OpenPanel.h"
+#include "app/SettingsWindowController.h"
 #include "app/SingleInstance.h"
 #include "capture/CaptureController.h"
+#include "library/Keychain.h"
 #include "library/Settings.h"
+#include "platform/LoginItem.h"
+#include "platform/SecretServiceKeychain.h"
 #include "platform/TerminationSignals.h"
 
 #include <QApplication>
@@ -58,12 +63,38 @@ int main(int argc, char* argv[]) {
             opener.open(*request);
         }
     };
-    QTimer::singleShot(0, &delegate, [&delegate, &capture, openAll, files, captureNow] {
-        delegate.applicationDidFinishLaunching();
-        openAll(files);
-        if (captureNow) {
-            capture.start();
+
+    // The capture shortcut, pressed anywhere; shown beside "Capture" in the status menu.
+    vellumix::Settings& settings = vellumix::Settings::shared();
+    vellumix::GlobalShortcut globalShortcut(settings, [&capture] { capture.start(); });
+    const auto applyShortcut = [&] {
+        globalShortcut.refresh();
+        delegate.showCaptureShortcut(settings.captureKeyCode(), settings.captureModifierFlags());
+    };
+
+    // The settings window, made the first time it is asked for.
+    vellumix::SecretServiceKeychain keychain(vellumix::ApiKeyStore::service);
+    vellumix::LoginItem loginItem;
+    std::unique_ptr<vellumix::SettingsWindowController> settingsWindow;
+    delegate.onSettings = [&] {
+        if (!settingsWindow) {
+            settingsWindow =
+                std::make_unique<vellumix::SettingsWindowController>(vellumix::SettingsServices{
+                    settings, keychain, loginItem, [&keychain] { return keychain.lastProblem(); },
+                    [&globalShortcut] { return globalShortcut.problem(); }});
+            settingsWindow->onShortcutChanged = applyShortcut;
         }
-    });
+        settingsWindow->showWindow();
+    };
+
+    QTimer::singleShot(0, &delegate,
+                       [&delegate, &capture, applyShortcut, openAll, files, captureNow] {
+                           delegate.applicationDidFinishLaunching();
+                           applyShortcut();
+                           openAll(files);
+                           if (captureNow) {
+                               capture.start();
+                           }
+                       });
     return QApplication::exec();
 }

@@ -45,10 +45,6 @@ private:
 
 namespace capture {
 
-/// The Request object path the portal will use for `handleToken`, predicted from the caller's
-/// unique bus name (":1.42" becomes "1_42").
-QString portalRequestPath(const QString& uniqueName, const QString& handleToken);
-
 /// The part of a portal screenshot that shows one screen, in device pixels.
 ///
 /// The portal hands back the whole desktop. When `image` has the size of `virtualGeometry`

@@ -1,3 +1,4 @@
+#include "AnalysisCache.h"
 #include "EditorModel.h"
 #include "EditorWindowController.h"
 #include "canvas/AnnotationCanvasView.h"
@@ -21,6 +22,8 @@ void beep() {
 } // namespace
 
 void EditorWindowController::imageDidChange(const QImage& image) {
+    // Every image change passes here (operations, assistant edits, undo): the analysis is stale.
+    m_visionAnalysis->invalidate();
     // The bundle follows every change of the picture, undo and redo included.
     HistoryStore* history = m_services.history;
     if (!history || !m_bundlePath) {

@@ -1,5 +1,6 @@
 #include "EditorWindowController.h"
 
+#include "AnalysisCache.h"
 #include "CenteringClipView.h"
 #include "EditorModel.h"
 #include "canvas/AnnotationCanvasView.h"
@@ -49,6 +50,7 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
     canvas.showCursorCoords = m_services.settings.showCursorCoords();
     m_model = std::make_unique<EditorModel>(canvas, m_services.settings, m_services.styles,
                                             document.image, visibleFrame);
+    m_visionAnalysis = std::make_unique<AnalysisCache>([this] { return currentImage(); });
     canvas.setAnnotationsWithoutUndo(std::move(document.initialAnnotations));
 
     buildInterface();

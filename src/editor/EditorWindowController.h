@@ -22,6 +22,7 @@ class QToolButton;
 namespace vellumix {
 
 class AIProviderButton;
+class AnalysisCache;
 class AnnotationCanvasView;
 class CenteringClipView;
 class ColorWell;
@@ -81,6 +82,8 @@ public:
     EditorModel& model() const { return *m_model; }
     const std::optional<QString>& bundlePath() const { return m_bundlePath; }
     bool isDiscarded() const { return m_isDiscarded; }
+    /// The analysis of the current image for the assistant, kept until the image changes.
+    AnalysisCache& visionAnalysis() const { return *m_visionAnalysis; }
 
     // --- Actions (EditorWindowController+Actions) --------------------------------------------
     void selectTool(Tool tool);
@@ -163,6 +166,7 @@ private:
     AnnotationCanvasView* m_canvas = nullptr;
     CenteringClipView* m_scrollView = nullptr;
     std::unique_ptr<EditorModel> m_model;
+    std::unique_ptr<AnalysisCache> m_visionAnalysis;
     std::unique_ptr<PresetMenuController> m_presetMenu;
     QPointer<ResizeImageDialog> m_resizeDialog;
 

@@ -115,6 +115,14 @@ void Settings::setRetainLastStylePerType(bool on) {
     m_store.setValue("retainLastStylePerType", on);
 }
 
+bool Settings::launchOnStartup() const {
+    return readBool("launchOnStartup", false);
+}
+
+void Settings::setLaunchOnStartup(bool on) {
+    m_store.setValue("launchOnStartup", on);
+}
+
 Color Settings::blankCanvasColor() const {
     const auto stored = m_store.value("blankCanvasColorRGB");
     if (!stored || !stored->is_array() || stored->size() != 3) {

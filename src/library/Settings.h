@@ -48,6 +48,9 @@ public:
     void setCloseAfterSave(bool on);
     bool retainLastStylePerType() const;
     void setRetainLastStylePerType(bool on);
+    /// What the user last chose for launching at login (the autostart entry itself decides).
+    bool launchOnStartup() const;
+    void setLaunchOnStartup(bool on);
 
     Color blankCanvasColor() const;
     void setBlankCanvasColor(const Color& color);

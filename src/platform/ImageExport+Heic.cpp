@@ -1,11 +1,13 @@
-#include "ImageExport.h"
+#include "CodecLibraries.h"
 #include "ImageExportDetail.h"
 
 #include <algorithm>
 #include <libheif/heif.h>
 #include <memory>
 
-namespace vellumix::exportDetail {
+namespace vellumix::codecs {
+
+using namespace exportDetail;
 
 namespace {
 
@@ -184,12 +186,7 @@ Result<QByteArray> encodeHeic(const QImage& prepared) {
     return out;
 }
 
-} // namespace vellumix::exportDetail
-
-namespace vellumix {
-
 QImage decodeHeic(const QByteArray& data) {
-    using namespace exportDetail;
     const LibheifScope scope;
     std::unique_ptr<heif_context, ContextFree> context(heif_context_alloc());
     if (!context || !ok(heif_context_read_from_memory_without_copy(context.get(), data.constData(),
@@ -228,4 +225,4 @@ QImage decodeHeic(const QByteArray& data) {
     return image;
 }
 
-} // namespace vellumix
+} // namespace vellumix::codecs

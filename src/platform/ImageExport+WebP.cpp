@@ -1,8 +1,11 @@
+#include "CodecLibraries.h"
 #include "ImageExportDetail.h"
 
 #include <webp/encode.h>
 
-namespace vellumix::exportDetail {
+namespace vellumix::codecs {
+
+using namespace exportDetail;
 
 namespace {
 
@@ -69,4 +72,4 @@ Result<QByteArray> encodeWebp(const QImage& prepared) {
     return out;
 }
 
-} // namespace vellumix::exportDetail
+} // namespace vellumix::codecs

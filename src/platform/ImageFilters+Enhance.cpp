@@ -1,12 +1,11 @@
 #include "platform/ImageFilters+Support.h"
-#include "platform/ImageFilters.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <opencv2/core/utility.hpp>
 
-namespace vellumix::filters {
+namespace vellumix::filters::opencv {
 
 namespace {
 
@@ -223,4 +222,4 @@ std::optional<QImage> autoEnhance(const QImage& image) {
     return out;
 }
 
-} // namespace vellumix::filters
+} // namespace vellumix::filters::opencv

@@ -1,5 +1,4 @@
 #include "platform/ImageFilters+Support.h"
-#include "platform/ImageFilters.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +6,7 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-namespace vellumix::filters {
+namespace vellumix::filters::opencv {
 
 namespace {
 
@@ -360,4 +359,4 @@ std::optional<QImage> straightenDocument(const QImage& image) {
     return scaled;
 }
 
-} // namespace vellumix::filters
+} // namespace vellumix::filters::opencv

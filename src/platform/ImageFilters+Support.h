@@ -1,10 +1,15 @@
 #pragma once
 
-// Shared by the ImageFilters*.cpp files only: the working pixel format and its OpenCV view.
+// Shared by the OpenCV implementation of the image filters (built into the imaging module):
+// the working pixel format, its OpenCV view, and the operations behind ImageFilters.h.
 
 #include <QImage>
+#include <QPointF>
+#include <QString>
 
+#include <array>
 #include <opencv2/core.hpp>
+#include <optional>
 
 namespace vellumix::filters::support {
 
@@ -47,3 +52,13 @@ void copyAlpha(const QImage& from, QImage& to);
 QImage gaussianColour(const QImage& work, double sigma, bool translucent);
 
 } // namespace vellumix::filters::support
+
+namespace vellumix::filters::opencv {
+
+// What ImageFilters.h promises, done with OpenCV.
+std::optional<QImage> applyFilter(const QImage& image, const QString& kind, double strength);
+std::optional<QImage> autoEnhance(const QImage& image);
+std::optional<QImage> straightenDocument(const QImage& image);
+std::optional<std::array<QPointF, 4>> findDocument(const QImage& image);
+
+} // namespace vellumix::filters::opencv

@@ -6,11 +6,9 @@
 #include <memory>
 #include <optional>
 
-namespace Poppler {
-class Document;
-}
-
 namespace vellumix {
+
+class PdfPages;
 
 /// A PDF file opened with poppler for rendering single pages. Locked (password-protected),
 /// broken and page-less files do not open; a page that fails to render is no image.
@@ -36,9 +34,10 @@ public:
                                      qint64 maxBytes = 1024LL * 1024 * 1024) const;
 
 private:
-    PdfDocument(std::unique_ptr<Poppler::Document> document, int pageCount);
+    explicit PdfDocument(std::unique_ptr<PdfPages> pages);
 
-    std::unique_ptr<Poppler::Document> m_document;
+    // Poppler's side, in the PDF module, which loads the first time a PDF is opened.
+    std::unique_ptr<PdfPages> m_pages;
     int m_pageCount = 0;
 };
 

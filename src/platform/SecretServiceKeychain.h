@@ -15,9 +15,15 @@ public:
     bool save(const QString& value, const QString& account) override;
     bool remove(const QString& account) override;
 
+    /// Why the last call failed, as one sentence for the settings window ("No keyring is
+    /// running…", "The keyring is locked…"); empty when it worked or found no item. Never holds
+    /// a password.
+    QString lastProblem() const { return m_problem; }
+
 private:
     QString m_service;
     int m_timeoutMs;
+    mutable QString m_problem;
 };
 
 } // namespace vellumix

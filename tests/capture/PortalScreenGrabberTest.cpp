@@ -1,4 +1,5 @@
 #include "capture/PortalScreenGrabber.h"
+#include "platform/PortalRequest.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -314,9 +315,9 @@ TEST_F(PortalScreenGrabberTest, AGrabberDestroyedWhileWaitingCallsNothing) {
 }
 
 TEST(PortalRequestPath, IsBuiltFromTheUniqueNameAndToken) {
-    EXPECT_EQ(capture::portalRequestPath(QStringLiteral(":1.42"), QStringLiteral("vellumix_7")),
+    EXPECT_EQ(portalRequestPath(QStringLiteral(":1.42"), QStringLiteral("vellumix_7")),
               QStringLiteral("/org/freedesktop/portal/desktop/request/1_42/vellumix_7"));
-    EXPECT_EQ(capture::portalRequestPath(QStringLiteral(":1.1.3"), QStringLiteral("t")),
+    EXPECT_EQ(portalRequestPath(QStringLiteral(":1.1.3"), QStringLiteral("t")),
               QStringLiteral("/org/freedesktop/portal/desktop/request/1_1_3/t"));
 }
 

@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
     vellumix::SecretServiceKeychain keychain(QStringLiteral("vellumix.test.nobus"), 5000);
     const bool read = keychain.read(QStringLiteral("geminiAPIKey")).has_value();
     const bool saved = keychain.save(QStringLiteral("x"), QStringLiteral("geminiAPIKey"));
-    std::printf("read=%s save=%s\n", read ? "some" : "none", saved ? "true" : "false");
+    std::printf("read=%s save=%s\n%s\n", read ? "some" : "none", saved ? "true" : "false",
+                qPrintable(keychain.lastProblem()));
     return 0;
 }

@@ -40,6 +40,7 @@ TEST_F(KeychainTest, SaveReadReplaceAndDelete) {
     EXPECT_TRUE(keychain.remove("geminiAPIKey")); // deleting nothing succeeds
 
     ASSERT_TRUE(keychain.save("first-key", "geminiAPIKey"));
+    EXPECT_EQ(keychain.lastProblem(), QString());
     EXPECT_EQ(keychain.read("geminiAPIKey"), QStringLiteral("first-key"));
     EXPECT_EQ(lookup(service("crud"), "geminiAPIKey"), QStringLiteral("first-key"));
     ASSERT_TRUE(keychain.save("second-kéy", "geminiAPIKey"));
@@ -76,5 +77,6 @@ TEST(KeychainWithoutService, FailuresAreValuesNotCrashes) {
     ASSERT_TRUE(probe.waitForFinished(30000));
     EXPECT_EQ(probe.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(QString::fromUtf8(probe.readAllStandardOutput()).trimmed(),
-              QStringLiteral("read=none save=false"));
+              QStringLiteral("read=none save=false\nNo keyring is running: start gnome-keyring or "
+                             "KWallet to store the key."));
 }

@@ -1,0 +1,17 @@
+#include "platform/ImagingModule.h"
+
+#include "modules/ModuleExport.h"
+#include "platform/ImageFilters+Support.h"
+
+namespace {
+
+const vellumix::ImagingModule entryPoints{
+    &vellumix::filters::opencv::applyFilter,
+    &vellumix::filters::opencv::autoEnhance,
+    &vellumix::filters::opencv::straightenDocument,
+    &vellumix::filters::opencv::findDocument,
+};
+
+} // namespace
+
+VELLUMIX_MODULE_ENTRY(imaging, entryPoints)

@@ -1,0 +1,87 @@
+#include "ai/GeminiRequests.h"
+
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+using namespace vellumix;
+
+TEST(GeminiRequests, UrlPathAndSendableKeys) {
+    EXPECT_EQ(generateContentUrl("https://generativelanguage.googleapis.com", "gemini-3.5-flash")
+                  .toString(),
+              "https://generativelanguage.googleapis.com/v1beta/models/"
+              "gemini-3.5-flash:generateContent");
+    EXPECT_EQ(generateContentUrl(" http://127.0.0.1:9/proxy/ ", "gemini-3-pro-image").toString(),
+              "http://127.0.0.1:9/proxy/v1beta/models/gemini-3-pro-image:generateContent");
+
+    EXPECT_TRUE(isSendableApiKey("AIzaSyA-b_c 9"));
+    EXPECT_FALSE(isSendableApiKey("key\r\nX-Injected: 1"));
+    EXPECT_FALSE(isSendableApiKey("schlüssel"));
+}
+
+TEST(GeminiRequests, StatusTextsAndImageLogLine) {
+    EXPECT_EQ(sendingStatus(1, 12288), "Sending image: ↑ 12 KB…");
+    EXPECT_EQ(sendingStatus(2, 1536000), "Sending image & annotations: ↑ 1,500 KB…");
+    EXPECT_EQ(sendingStatus(3, 300), "Sending image & annotations: ↑ 0 KB…");
+    EXPECT_EQ(detectionSendingStatus(2048000), "Sending image: ↑ 2,000 KB…");
+    EXPECT_EQ(encodedImageLogLine(0, QSize(640, 480), 1536),
+              "[Gemini] image[0]: 640×480 px → PNG 1536 bytes (1.5 KB)");
+    EXPECT_EQ(encodedImageLogLine(2, QSize(3000, 2000), 2621440),
+              "[Gemini] image[2]: 3000×2000 px → PNG 2621440 bytes (2,560.0 KB)");
+}
+
+TEST(GeminiRequests, UploadTrackerFiresOnceAtTheFullCount) {
+    int calls = 0;
+    GeminiUploadCompletionTracker tracker;
+    tracker.onUploadComplete = [&calls] { ++calls; };
+    tracker.bytesSent(0, 0); // no expected total yet
+    tracker.bytesSent(400, 1000);
+    EXPECT_FALSE(tracker.fired);
+    tracker.bytesSent(1000, 1000);
+    tracker.bytesSent(1000, 1000); // the final count, reported again
+    tracker.bytesSent(1200, 1000);
+    EXPECT_TRUE(tracker.fired);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(GeminiRequests, QuestionBodyLeavesOutAnEmptySystemInstruction) {
+    // "PNG" and "x" stand in for image bytes: base64 "UE5H" and "eA==".
+    EXPECT_EQ(questionRequestBody("Hi", {"PNG", "x"}, QString()),
+              R"({"contents":[{"role":"user","parts":[{"text":"Hi"},)"
+              R"({"inline_data":{"mime_type":"image/png","data":"UE5H"}},)"
+              R"({"inline_data":{"mime_type":"image/png","data":"eA=="}}]}]})");
+    EXPECT_EQ(imageEditRequestBody("Make it \"blue\"", {"PNG"}, QStringLiteral("Keep the size.")),
+              R"({"contents":[{"role":"user","parts":[{"text":"Make it \"blue\""},)"
+              R"({"inline_data":{"mime_type":"image/png","data":"UE5H"}}]}],)"
+              R"("systemInstruction":{"parts":[{"text":"Keep the size."}]},)"
+              R"("generationConfig":{"responseModalities":["IMAGE","TEXT"]}})");
+}
+
+TEST(GeminiRequests, DetectionInstructionNamesTheSizeAndGuidesEveryField) {
+    const QString text = detectionInstruction(QSize(3000, 2000));
+    EXPECT_TRUE(text.startsWith(
+        "You detect objects in an image and return annotations for them. The image is 3000 × 2000 "
+        "pixels (origin at top-left, y grows downward).\n\nFor each target the user names, return "
+        "one directive matching the schema below. If the request is vague or no matching object "
+        "is in the image, return an empty array.\n\nFIELD VALUES:\n"));
+    const qsizetype textOnly =
+        text.indexOf("\nTEXT-ONLY FIELDS (use empty/0 unless kind=\"text\"):\n");
+    ASSERT_GT(textOnly, 0);
+    const char* general[] = {"shouldDraw",   "operation", "targetId",  "kind",
+                             "shape",        "x",         "y",         "width",
+                             "height",       "color",     "fillColor", "lineWidth",
+                             "cornerRadius", "opacity",   "lineStyle", "summary"};
+    const char* textFields[] = {"text", "fontColor", "fontSize", "fontFamily"};
+    const auto bullets = [&text](const char* field) {
+        return text.count(QRegularExpression(QStringLiteral("(^|\\n)• %1:").arg(field)));
+    };
+    for (const char* field : general) {
+        EXPECT_EQ(bullets(field), 1) << field;
+        EXPECT_LT(text.indexOf(QStringLiteral("• %1:").arg(field)), textOnly) << field;
+    }
+    for (const char* field : textFields) {
+        EXPECT_EQ(bullets(field), 1) << field;
+        EXPECT_GT(text.indexOf(QStringLiteral("• %1:").arg(field)), textOnly) << field;
+    }
+    EXPECT_EQ(text.count("• "), 20);
+}

@@ -1,0 +1,453 @@
+#include "ai/GeminiService.h"
+
+#include "FakeHttpServer.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace vellumix;
+using namespace std::chrono_literals;
+using vellumix::test::FakeHttpServer;
+
+namespace {
+
+constexpr char apiKey[] = "AIzaTestKey-123";
+
+QImage filled(QSize size, QColor color) {
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(color);
+    return image;
+}
+
+QByteArray textAnswer(const QByteArray& escapedText) {
+    return R"({"candidates":[{"content":{"parts":[{"text":")" + escapedText +
+           R"("}],"role":"model"},"finishReason":"STOP","index":0}],)"
+           R"("usageMetadata":{"promptTokenCount":1301,"candidatesTokenCount":11,"totalTokenCount":1350},)"
+           R"("modelVersion":"gemini-3.5-flash"})";
+}
+
+/// The request body with every base64 image replaced by "<png>"; the images go to `images`.
+QByteArray withoutImages(const QByteArray& body, QList<QByteArray>* pngs = nullptr) {
+    static const QRegularExpression data(QStringLiteral("\"data\":\"([A-Za-z0-9+/=]*)\""));
+    QString text = QString::fromUtf8(body);
+    for (const auto& match : data.globalMatch(text)) {
+        if (pngs) {
+            *pngs << QByteArray::fromBase64(match.captured(1).toLatin1());
+        }
+    }
+    return text.replace(data, QStringLiteral("\"data\":\"<png>\"")).toUtf8();
+}
+
+QString failureText(const auto& outcome) {
+    const auto* failure = std::get_if<GeminiFailure>(&outcome);
+    return failure ? geminiErrorText(*failure) : QStringLiteral("<no failure>");
+}
+
+class GeminiServiceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(server.start());
+        options.baseUrl = server.baseUrl();
+        options.log = [this](const QString& line) { logLines << line; };
+        options.requestTimeout = 5s;
+    }
+
+    void TearDown() override {
+        // The key travels in its header and nowhere else.
+        for (const auto& request : server.requests()) {
+            EXPECT_FALSE(request.target.contains(apiKey));
+            EXPECT_FALSE(request.body.contains(apiKey));
+        }
+        for (const QString& line : logLines) {
+            EXPECT_FALSE(line.contains(apiKey)) << line.toStdString();
+        }
+    }
+
+    GeminiService& service() {
+        if (!m_service) {
+            m_service = std::make_unique<GeminiService>(options);
+        }
+        return *m_service;
+    }
+
+    GeminiService::StatusCallback recordStatus() {
+        return [this](const QString& text) { statuses << text; };
+    }
+
+    template <class T> T await(const std::optional<T>& slot, int ms = 5000) {
+        EXPECT_TRUE(QTest::qWaitFor([&slot] { return slot.has_value(); }, ms));
+        return slot.value_or(T{});
+    }
+
+    FakeHttpServer server;
+    GeminiService::Options options;
+    QStringList logLines;
+    QStringList statuses;
+
+private:
+    std::unique_ptr<GeminiService> m_service;
+};
+
+} // namespace
+
+TEST_F(GeminiServiceTest, ClassifySendsItsInstructionAndReadsTheWord) {
+    server.answerWith(FakeHttpServer::Response::json(200, textAnswer(R"(\"annotationEdit\")")));
+    std::optional<GeminiClassifyResult> result;
+    auto call = service().classifyQuery(apiKey, "circle the logo",
+                                        [&](GeminiClassifyResult r) { result = r; });
+    const GeminiClassifyResult answer = await(result);
+    EXPECT_EQ(answer.mode, QueryMode::annotationEdit);
+    EXPECT_EQ(answer.promptTokens, 1301);
+    EXPECT_EQ(answer.responseTokens, 11);
+    EXPECT_EQ(answer.modelVersion, "gemini-3.5-flash");
+    EXPECT_GT(answer.duration, 0);
+    EXPECT_FALSE(call->isRunning());
+
+    ASSERT_EQ(server.requests().size(), 1);
+    const auto& request = server.requests()[0];
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.target, "/v1beta/models/gemini-3.5-flash:generateContent");
+    EXPECT_EQ(request.header("Content-Type"), "application/json");
+    EXPECT_EQ(request.header("x-goog-api-key"), apiKey);
+    EXPECT_EQ(
+        request.body,
+        R"({"contents":[{"role":"user","parts":[{"text":"circle the logo"}]}],)"
+        R"("systemInstruction":{"parts":[{"text":"You classify the user's intent for a screenshot annotation app. Pick exactly one:\n\n)"
+        R"(- \"question\": asking about the image content (e.g. \"what does this say?\", \"how many buttons are visible?\").\n)"
+        R"(- \"imageEdit\": wants a whole-image pixel filter or global recolor/restyle/edit (sharpen, blur, brighten, change color, replace background, watercolor effect, …). Includes anything that mutates the entire image.\n)"
+        R"(- \"annotationEdit\": wants to DRAW a shape/box/circle around something, label or highlight specific objects, or modify existing annotations on top of the image. Does NOT include editing the image itself.\n\n)"
+        R"(When ambiguous between imageEdit and annotationEdit, prefer imageEdit if the user wants to MODIFY the image, annotationEdit if they want to MARK / point at / surround something."}]},)"
+        R"("generationConfig":{"responseMimeType":"application/json","responseSchema":{"type":"string","enum":["question","imageEdit","annotationEdit"]}}})");
+}
+
+TEST_F(GeminiServiceTest, ClassifyAbsorbsFailuresAndSendsNothingWithoutKey) {
+    server.answerWith(FakeHttpServer::Response::json(500, R"({"error":{"message":"boom"}})"));
+    std::optional<GeminiClassifyResult> failed;
+    auto call =
+        service().classifyQuery(apiKey, "sharpen", [&](GeminiClassifyResult r) { failed = r; });
+    EXPECT_EQ(await(failed).mode, std::nullopt);
+
+    std::optional<GeminiClassifyResult> keyless;
+    auto second =
+        service().classifyQuery("", "sharpen", [&](GeminiClassifyResult r) { keyless = r; });
+    EXPECT_EQ(await(keyless).mode, std::nullopt);
+    EXPECT_EQ(keyless->duration, 0);
+    EXPECT_EQ(server.requests().size(), 1);
+}
+
+TEST_F(GeminiServiceTest, QuestionSendsImagesInOrderAndReportsProgress) {
+    server.answerWith(FakeHttpServer::Response::json(200, textAnswer("Two buttons.")));
+    const QList<QImage> images{filled(QSize(8, 6), Qt::red), filled(QSize(4, 4), Qt::blue)};
+    std::optional<GeminiOutcome<GeminiResult>> outcome;
+    auto call = service().answerQuestion(apiKey, images, "How many buttons?",
+                                         QStringLiteral("Answer briefly."), recordStatus(),
+                                         [&](GeminiOutcome<GeminiResult> o) { outcome = o; });
+    const auto answer = await(outcome);
+    ASSERT_TRUE(std::holds_alternative<GeminiResult>(answer)) << failureText(answer).toStdString();
+    const GeminiResult& result = std::get<GeminiResult>(answer);
+    EXPECT_EQ(result.text, "Two buttons.");
+    EXPECT_EQ(result.totalTokens, 1350);
+    EXPECT_EQ(result.responseBytes, textAnswer("Two buttons.").size());
+    EXPECT_EQ(statuses,
+              (QStringList{"Sending image & annotations: ↑ 0 KB…", "Processing your prompt…"}));
+
+    ASSERT_EQ(server.requests().size(), 1);
+    QList<QByteArray> pngs;
+    EXPECT_EQ(withoutImages(server.requests()[0].body, &pngs),
+              R"({"contents":[{"role":"user","parts":[{"text":"How many buttons?"},)"
+              R"({"inline_data":{"mime_type":"image/png","data":"<png>"}},)"
+              R"({"inline_data":{"mime_type":"image/png","data":"<png>"}}]}],)"
+              R"("systemInstruction":{"parts":[{"text":"Answer briefly."}]}})");
+    ASSERT_EQ(pngs.size(), 2);
+    EXPECT_EQ(QImage::fromData(pngs[0], "PNG").convertToFormat(QImage::Format_ARGB32), images[0]);
+    EXPECT_EQ(QImage::fromData(pngs[1], "PNG").convertToFormat(QImage::Format_ARGB32), images[1]);
+    EXPECT_EQ(result.requestBytes, pngs[0].size() + pngs[1].size());
+}
+
+TEST_F(GeminiServiceTest, QuestionFailuresCarryTheirTexts) {
+    int answered = 0;
+    server.setHandler([&answered](const FakeHttpServer::Request&) {
+        return answered++ == 0 ? FakeHttpServer::Response::json(429, "quota")
+                               : FakeHttpServer::Response::json(500, "\xff\xfe not text");
+    });
+    const QList<QImage> image{filled(QSize(2, 2), Qt::green)};
+    std::optional<GeminiOutcome<GeminiResult>> quota, binary, keyless, imageless;
+    const auto record = [](auto& slot) {
+        return [&slot](GeminiOutcome<GeminiResult> o) { slot = o; };
+    };
+    auto a = service().answerQuestion(apiKey, image, "q", std::nullopt, {}, record(quota));
+    EXPECT_EQ(failureText(await(quota)), "Gemini API error 429: quota");
+    auto b = service().answerQuestion(apiKey, image, "q", std::nullopt, {}, record(binary));
+    EXPECT_EQ(failureText(await(binary)), "Gemini API error 500: <no body>");
+
+    auto c = service().answerQuestion("", image, "q", std::nullopt, {}, record(keyless));
+    auto d = service().answerQuestion(apiKey, {}, "q", std::nullopt, {}, record(imageless));
+    EXPECT_EQ(failureText(await(keyless)), "Gemini API key missing. Add one in Settings.");
+    EXPECT_EQ(failureText(await(imageless)), "Couldn't parse Gemini response: No images to send");
+    EXPECT_EQ(server.requests().size(), 2);
+
+    EXPECT_EQ(service().describeError(std::get<GeminiFailure>(*quota)),
+              "Gemini API error 429: quota");
+    EXPECT_EQ(logLines.last(),
+              "[Vellumix] Gemini error: GeminiError — Gemini API error 429: quota");
+}
+
+TEST_F(GeminiServiceTest, TheKeyNeverFollowsARedirectNorBreaksTheHeader) {
+    FakeHttpServer::Response moved;
+    moved.status = 307;
+    moved.headers = {{"Location", "/elsewhere"}};
+    server.answerWith(moved);
+    const QList<QImage> image{filled(QSize(2, 2), Qt::black)};
+    std::optional<GeminiOutcome<GeminiResult>> redirected, injected;
+    auto a = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
+                                      [&](GeminiOutcome<GeminiResult> o) { redirected = o; });
+    EXPECT_EQ(failureText(await(redirected)), "Gemini API error 307: ");
+    auto b = service().answerQuestion("key\r\nX-Injected: 1", image, "q", std::nullopt, {},
+                                      [&](GeminiOutcome<GeminiResult> o) { injected = o; });
+    EXPECT_EQ(failureText(await(injected)),
+              "Couldn't parse Gemini response: The API key holds characters a header can't carry");
+    QTest::qWait(100);
+    ASSERT_EQ(server.requests().size(), 1);
+    EXPECT_EQ(server.requests()[0].target, "/v1beta/models/gemini-3.5-flash:generateContent");
+}
+
+TEST_F(GeminiServiceTest, ImageEditTakesTheFirstOfTwoImagesAndTellsEachStage) {
+    const auto base64 = [](QSize size, QColor color) {
+        QByteArray png;
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        filled(size, color).save(&buffer, "PNG");
+        return png.toBase64();
+    };
+    server.answerWith(FakeHttpServer::Response::json(
+        200,
+        R"({"candidates":[{"content":{"parts":[{"inlineData":{"mimeType":"image/png","data":")" +
+            base64(QSize(3, 2), Qt::red) + R"("}},{"inlineData":{"mimeType":"image/png","data":")" +
+            base64(QSize(2, 2), Qt::blue) +
+            R"("}}],"role":"model"},"finishReason":"STOP"}],"modelVersion":"gemini-3-pro-image"})"));
+    std::optional<GeminiOutcome<GeminiResult>> outcome;
+    auto call = service().generateImage(apiKey, {filled(QSize(5, 4), Qt::white)}, "make it red",
+                                        std::nullopt, gemini::proImageModel, recordStatus(),
+                                        [&](GeminiOutcome<GeminiResult> o) { outcome = o; });
+    const auto answer = await(outcome);
+    ASSERT_TRUE(std::holds_alternative<GeminiResult>(answer)) << failureText(answer).toStdString();
+    const GeminiResult& result = std::get<GeminiResult>(answer);
+    ASSERT_TRUE(result.image.has_value());
+    EXPECT_EQ(result.image->size(), QSize(3, 2));
+    EXPECT_EQ(result.image->pixel(0, 0), qRgb(255, 0, 0));
+    EXPECT_EQ(result.text, std::nullopt);
+    EXPECT_EQ(result.modelVersion, "gemini-3-pro-image");
+    EXPECT_EQ(statuses,
+              (QStringList{"Sending image: ↑ 0 KB…", "Gemini processing…", "Parsing response…"}));
+
+    ASSERT_EQ(server.requests().size(), 1);
+    EXPECT_EQ(server.requests()[0].target, "/v1beta/models/gemini-3-pro-image:generateContent");
+    QList<QByteArray> pngs;
+    EXPECT_EQ(withoutImages(server.requests()[0].body, &pngs),
+              R"({"contents":[{"role":"user","parts":[{"text":"make it red"},)"
+              R"({"inline_data":{"mime_type":"image/png","data":"<png>"}}]}],)"
+              R"("generationConfig":{"responseModalities":["IMAGE","TEXT"]}})");
+    ASSERT_EQ(pngs.size(), 1);
+    ASSERT_FALSE(logLines.isEmpty());
+    const auto line =
+        QRegularExpression(
+            QStringLiteral(R"(^\[Gemini\] image\[0\]: 5×4 px → PNG (\d+) bytes \(0\.\d KB\)$)"))
+            .match(logLines[0]);
+    ASSERT_TRUE(line.hasMatch()) << logLines[0].toStdString();
+    EXPECT_EQ(line.captured(1).toLongLong(), pngs[0].size());
+}
+
+TEST_F(GeminiServiceTest, ImageEditRefusalsAreExplained) {
+    int answered = 0;
+    server.setHandler([&answered](const FakeHttpServer::Request&) {
+        return FakeHttpServer::Response::json(
+            200,
+            answered++ == 0
+                ? R"({"promptFeedback":{"blockReason":"SAFETY"},"usageMetadata":{"promptTokenCount":9}})"
+                : R"({"candidates":[{"finishReason":"SAFETY","index":0,"safetyRatings":[
+                          {"category":"HARM_CATEGORY_HARASSMENT","probability":"MEDIUM","blocked":true}]}]})");
+    });
+    const QList<QImage> image{filled(QSize(2, 2), Qt::gray)};
+    std::optional<GeminiOutcome<GeminiResult>> blocked, stopped;
+    auto a = service().generateImage(apiKey, image, "p", std::nullopt, gemini::flashImageModel, {},
+                                     [&](GeminiOutcome<GeminiResult> o) { blocked = o; });
+    EXPECT_EQ(failureText(await(blocked)),
+              "Couldn't parse Gemini response: Prompt blocked: SAFETY");
+    auto b = service().generateImage(apiKey, image, "p", std::nullopt, gemini::flashImageModel, {},
+                                     [&](GeminiOutcome<GeminiResult> o) { stopped = o; });
+    EXPECT_EQ(failureText(await(stopped)),
+              "Couldn't parse Gemini response: No content (finishReason: SAFETY) — blocked: "
+              "HARASSMENT");
+    EXPECT_EQ(server.requests()[0].target, "/v1beta/models/gemini-3.1-flash-image:generateContent");
+}
+
+TEST_F(GeminiServiceTest, DetectionScalesGridAnswersOnLargeImagesOnly) {
+    server.answerWith(FakeHttpServer::Response::json(
+        200,
+        textAnswer(
+            R"([{\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":100,\"y\":100,\"width\":200,\"height\":100,\"summary\":\"title\"}])")));
+    std::optional<GeminiOutcome<GeminiDetectionResult>> large, small;
+    auto a = service().detectAnnotations(
+        apiKey, filled(QSize(3000, 2000), Qt::white), "box the title", recordStatus(),
+        [&](GeminiOutcome<GeminiDetectionResult> o) { large = o; });
+    const auto largeAnswer = await(large, 15000);
+    auto b =
+        service().detectAnnotations(apiKey, filled(QSize(1200, 800), Qt::white), "box the title",
+                                    {}, [&](GeminiOutcome<GeminiDetectionResult> o) { small = o; });
+    const auto smallAnswer = await(small, 15000);
+    ASSERT_TRUE(std::holds_alternative<GeminiDetectionResult>(largeAnswer))
+        << failureText(largeAnswer).toStdString();
+    ASSERT_TRUE(std::holds_alternative<GeminiDetectionResult>(smallAnswer));
+    const auto& scaled = std::get<GeminiDetectionResult>(largeAnswer).shapes;
+    const auto& kept = std::get<GeminiDetectionResult>(smallAnswer).shapes;
+    ASSERT_EQ(scaled.size(), 1);
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ((PixelRect{scaled[0].x, scaled[0].y, scaled[0].width, scaled[0].height}),
+              (PixelRect{300, 200, 600, 200}));
+    EXPECT_EQ((PixelRect{kept[0].x, kept[0].y, kept[0].width, kept[0].height}),
+              (PixelRect{100, 100, 200, 100}));
+    EXPECT_TRUE(logLines.contains("[Gemini] Detection coords look 0–1000 normalized on a "
+                                  "3000×2000 image — denormalizing to pixels."));
+    ASSERT_EQ(statuses.size(), 2);
+    EXPECT_TRUE(QRegularExpression(QStringLiteral(R"(^Sending image: ↑ \d+ KB…$)"))
+                    .match(statuses[0])
+                    .hasMatch())
+        << statuses[0].toStdString();
+    EXPECT_EQ(statuses[1], "Processing your prompt…");
+
+    ASSERT_EQ(server.requests().size(), 2);
+    // The instruction's field guide is checked on its own; here only where it sits.
+    QByteArray body = withoutImages(server.requests()[0].body);
+    const QByteArray before = R"("systemInstruction":{"parts":[{"text":")";
+    const qsizetype start = body.indexOf(before) + before.size();
+    const qsizetype end = body.indexOf(R"("}]},"generationConfig")");
+    ASSERT_TRUE(start >= before.size() && end > start);
+    EXPECT_TRUE(body.mid(start, end - start)
+                    .startsWith("You detect objects in an image and return annotations for them. "
+                                "The image is 3000 × 2000 pixels"));
+    EXPECT_TRUE(body.mid(start, end - start).contains(R"(\n\nFIELD VALUES:\n)"));
+    body.replace(start, end - start, "<guide>");
+    EXPECT_EQ(
+        body,
+        R"({"contents":[{"role":"user","parts":[{"text":"box the title"},{"inline_data":{"mime_type":"image/png","data":"<png>"}}]}],)"
+        R"("systemInstruction":{"parts":[{"text":"<guide>"}]},)"
+        R"("generationConfig":{"responseMimeType":"application/json","responseSchema":{"type":"array","items":{"type":"object","properties":{)"
+        R"("shouldDraw":{"type":"boolean"},"operation":{"type":"string","enum":["create","delete","update"]},"targetId":{"type":"string"},)"
+        R"("kind":{"type":"string","enum":["shape","text"]},"shape":{"type":"string"},"x":{"type":"integer"},"y":{"type":"integer"},)"
+        R"("width":{"type":"integer"},"height":{"type":"integer"},"color":{"type":"string"},"fillColor":{"type":"string"},)"
+        R"("lineWidth":{"type":"integer"},"cornerRadius":{"type":"integer"},"opacity":{"type":"integer"},"lineStyle":{"type":"string"},)"
+        R"("text":{"type":"string"},"fontColor":{"type":"string"},"fontSize":{"type":"integer"},"fontFamily":{"type":"string"},"summary":{"type":"string"}},)"
+        R"("required":["shouldDraw","operation","targetId","kind","shape","x","y","width","height","color","fillColor","lineWidth",)"
+        R"("cornerRadius","opacity","lineStyle","text","fontColor","fontSize","fontFamily","summary"]}}}})");
+}
+
+TEST_F(GeminiServiceTest, MalformedJsonIsADecodeError) {
+    server.answerWith(FakeHttpServer::Response::json(200, "{not json"));
+    const QImage image = filled(QSize(2, 2), Qt::black);
+    std::optional<GeminiOutcome<GeminiResult>> question;
+    std::optional<GeminiOutcome<GeminiDetectionResult>> detection;
+    auto a = service().answerQuestion(apiKey, {image}, "q", std::nullopt, {},
+                                      [&](GeminiOutcome<GeminiResult> o) { question = o; });
+    auto b = service().detectAnnotations(
+        apiKey, image, "q", {}, [&](GeminiOutcome<GeminiDetectionResult> o) { detection = o; });
+    EXPECT_EQ(failureText(await(question)),
+              "Couldn't parse Gemini response: Non-JSON response (9 bytes)");
+    EXPECT_EQ(failureText(await(detection)), "Couldn't parse Gemini response: JSON parse failed");
+}
+
+TEST_F(GeminiServiceTest, ADroppedConnectionIsReportedOnceWithoutRetry) {
+    auto response =
+        FakeHttpServer::Response::json(200, textAnswer("a long answer that never ends"));
+    response.closeAfterBodyBytes = 40;
+    server.answerWith(response);
+    std::optional<GeminiOutcome<GeminiResult>> outcome;
+    auto call =
+        service().answerQuestion(apiKey, {filled(QSize(2, 2), Qt::black)}, "q", std::nullopt, {},
+                                 [&](GeminiOutcome<GeminiResult> o) { outcome = o; });
+    const auto answer = await(outcome);
+    ASSERT_TRUE(std::holds_alternative<GeminiFailure>(answer));
+    const GeminiFailure& failure = std::get<GeminiFailure>(answer);
+    EXPECT_TRUE(service().describeError(failure).startsWith(
+        "Gemini closed the connection mid-response. This usually means"));
+    EXPECT_TRUE(logLines.last().startsWith("[Vellumix] Gemini error: NetworkError — "));
+    QTest::qWait(100);
+    EXPECT_EQ(server.requests().size(), 1);
+}
+
+TEST_F(GeminiServiceTest, SilentServersTimeOut) {
+    FakeHttpServer::Response silent;
+    silent.neverAnswer = true;
+    server.answerWith(silent);
+    options.requestTimeout = 300ms;
+    options.imageRequestTimeout = 30s;
+    options.imageResourceTimeout = 400ms; // the whole image edit, however lively the connection
+    const QList<QImage> image{filled(QSize(2, 2), Qt::black)};
+    QElapsedTimer clock;
+    clock.start();
+    std::optional<GeminiOutcome<GeminiResult>> question, edit;
+    auto a = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
+                                      [&](GeminiOutcome<GeminiResult> o) { question = o; });
+    auto b = service().generateImage(apiKey, image, "p", std::nullopt, gemini::flashImageModel, {},
+                                     [&](GeminiOutcome<GeminiResult> o) { edit = o; });
+    EXPECT_EQ(failureText(await(question)), "The request timed out.");
+    EXPECT_EQ(failureText(await(edit)), "The request timed out.");
+    EXPECT_LT(clock.elapsed(), 2000);
+    const auto* network = std::get_if<GeminiNetworkError>(&std::get<GeminiFailure>(*edit));
+    ASSERT_NE(network, nullptr);
+    EXPECT_EQ(network->kind, GeminiNetworkError::Kind::timedOut);
+}
+
+TEST_F(GeminiServiceTest, CancellingMidRequestClosesTheConnectionAndDeliversNothing) {
+    FakeHttpServer::Response silent;
+    silent.neverAnswer = true;
+    server.answerWith(silent);
+    bool delivered = false;
+    auto call =
+        service().answerQuestion(apiKey, {filled(QSize(2, 2), Qt::black)}, "q", std::nullopt, {},
+                                 [&](GeminiOutcome<GeminiResult>) { delivered = true; });
+    ASSERT_TRUE(QTest::qWaitFor([this] { return server.requests().size() == 1; }, 5000));
+    EXPECT_TRUE(call->isRunning());
+    call.reset();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return server.abandonedRequests() == 1; }, 5000));
+    QTest::qWait(100);
+    EXPECT_FALSE(delivered);
+
+    // Cancelled before the request goes out: nothing is sent at all.
+    std::optional<GeminiClassifyResult> never;
+    auto early = service().classifyQuery(apiKey, "q", [&](GeminiClassifyResult r) { never = r; });
+    early->cancel();
+    QTest::qWait(200);
+    EXPECT_FALSE(never.has_value());
+    EXPECT_EQ(server.requests().size(), 1);
+}
+
+TEST_F(GeminiServiceTest, OversizedBodiesAreRefused) {
+    int answered = 0;
+    server.setHandler([&answered](const FakeHttpServer::Request&) {
+        FakeHttpServer::Response response;
+        if (answered++ == 0) {
+            // Announced as over the limit: refused before any of it is read.
+            response.body = QByteArray(64 * 1024 * 1024 + 1, ' ');
+            response.closeAfterBodyBytes = 10;
+        } else {
+            // No length given: counted as it streams in.
+            response.chunks = QList<QByteArray>(65, QByteArray(1024 * 1024, ' '));
+            response.chunks << "{}";
+        }
+        return response;
+    });
+    const QList<QImage> image{filled(QSize(2, 2), Qt::black)};
+    std::optional<GeminiOutcome<GeminiResult>> announced, streamed;
+    auto a = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
+                                      [&](GeminiOutcome<GeminiResult> o) { announced = o; });
+    EXPECT_EQ(failureText(await(announced)),
+              "Couldn't parse Gemini response: Response too large (over 64 MiB)");
+    auto b = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
+                                      [&](GeminiOutcome<GeminiResult> o) { streamed = o; });
+    EXPECT_EQ(failureText(await(streamed, 15000)),
+              "Couldn't parse Gemini response: Response too large (over 64 MiB)");
+}

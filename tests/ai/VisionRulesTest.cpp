@@ -1,0 +1,330 @@
+#include "ai/VisionRules.h"
+
+#include <gtest/gtest.h>
+#include <map>
+
+using namespace vellumix;
+using namespace vellumix::vision;
+
+namespace {
+
+std::vector<int> profile(int rows, int ink) {
+    return std::vector<int>(rows, ink);
+}
+
+void blank(std::vector<int>& rows, int first, int last) {
+    for (int row = first; row <= last; ++row) {
+        rows[row] = 0;
+    }
+}
+
+void expectBand(const TextBand& band, int top, int bottom, int ownTop, int ownBottom) {
+    EXPECT_EQ(band.top, top);
+    EXPECT_EQ(band.bottom, bottom);
+    EXPECT_EQ(band.ownTop, ownTop);
+    EXPECT_EQ(band.ownBottom, ownBottom);
+}
+
+QStringList texts(const std::vector<FoundLine>& lines) {
+    QStringList all;
+    for (const FoundLine& line : lines) {
+        all << line.text;
+    }
+    return all;
+}
+
+OCRLine line(const char* text, QRectF rect) {
+    return {QString::fromLatin1(text), rect, OCRLineSize::regular};
+}
+
+} // namespace
+
+TEST(VisionCoordinates, WorkingBoxesComeBackInImagePixels) {
+    // Working picture at 1.5 × the image: (150, 75, 300, 50) is (100, 50, 200, 33.3…).
+    const QRectF rect = imageRectFromWorking(QRect(150, 75, 300, 50), 1.5, QSizeF(1000, 500));
+    EXPECT_DOUBLE_EQ(rect.x(), 100);
+    EXPECT_DOUBLE_EQ(rect.y(), 50);
+    EXPECT_DOUBLE_EQ(rect.width(), 200);
+    EXPECT_NEAR(rect.height(), 33.333, 0.001);
+    // Halved: a box reaching past the right edge is clipped to the image.
+    EXPECT_EQ(imageRectFromWorking(QRect(300, 10, 200, 20), 0.5, QSizeF(800, 400)),
+              QRectF(600, 20, 200, 40));
+}
+
+TEST(TextBands, CutsGoIntoTheLongestBlankRunNearTheMiddle) {
+    // 100 rows of text with a 5-row gap at 45…49 and a 1-row gap at 60: two bands meet in the
+    // middle of the longer gap and reach only into it.
+    std::vector<int> rows = profile(100, 5);
+    blank(rows, 45, 49);
+    blank(rows, 60, 60);
+    const std::vector<TextBand> bands = layoutTextBands(rows, 2, 10);
+    ASSERT_EQ(bands.size(), 2u);
+    expectBand(bands[0], 0, 50, 0, 47);
+    expectBand(bands[1], 45, 100, 47, 100);
+}
+
+TEST(TextBands, EqualGapsGoToTheOneNearerTheEvenSplit) {
+    std::vector<int> rows = profile(100, 3);
+    blank(rows, 40, 41);
+    blank(rows, 57, 58);
+    const std::vector<TextBand> bands = layoutTextBands(rows, 2, 10);
+    ASSERT_EQ(bands.size(), 2u);
+    expectBand(bands[0], 0, 59, 0, 57);
+    expectBand(bands[1], 57, 100, 57, 100);
+}
+
+TEST(TextBands, WithoutAGapTheLeastInkedRowIsCutWithTheFullOverlap) {
+    // Ink |r − 30| + 1: the emptiest row within 12 rows of 50 is row 38.
+    std::vector<int> rows;
+    for (int r = 0; r < 100; ++r) {
+        rows.push_back(std::abs(r - 30) + 1);
+    }
+    const std::vector<TextBand> bands = layoutTextBands(rows, 2, 10);
+    ASSERT_EQ(bands.size(), 2u);
+    expectBand(bands[0], 0, 48, 0, 38);
+    expectBand(bands[1], 28, 100, 38, 100);
+}
+
+TEST(TextBands, ShortPicturesGetFewerBandsAndEmptyOnesNone) {
+    // 60 rows cannot hold bands of twice a 20-row overlap: one band.
+    const std::vector<TextBand> one = layoutTextBands(profile(60, 1), 4, 20);
+    ASSERT_EQ(one.size(), 1u);
+    expectBand(one[0], 0, 60, 0, 60);
+    // Three bands over 300 even rows: cuts at 100 and 200.
+    const std::vector<TextBand> three = layoutTextBands(profile(300, 2), 3, 20);
+    ASSERT_EQ(three.size(), 3u);
+    expectBand(three[0], 0, 120, 0, 100);
+    expectBand(three[1], 80, 220, 100, 200);
+    expectBand(three[2], 180, 300, 200, 300);
+    EXPECT_TRUE(layoutTextBands({}, 2, 10).empty());
+}
+
+TEST(TextBands, MergingKeepsEveryLineOnceAndWhole) {
+    const std::vector<TextBand> bands{{0, 60, 0, 50}, {40, 100, 50, 100}};
+    std::vector<std::vector<FoundLine>> found(2);
+    // alpha: only in the upper band.
+    found[0].push_back({QStringLiteral("alpha"), QRect(0, 10, 100, 10), 90});
+    // beta: whole in both bands, its centre (47) in the upper band's own rows.
+    found[0].push_back({QStringLiteral("beta"), QRect(100, 42, 100, 10), 90});
+    found[1].push_back({QStringLiteral("beta"), QRect(100, 42, 100, 10), 90});
+    // gamma: cut by the upper band's lower edge, whole below.
+    found[0].push_back({QStringLiteral("gam"), QRect(200, 54, 100, 6), 90});
+    found[1].push_back({QStringLiteral("gamma"), QRect(200, 54, 100, 12), 90});
+    // delta: taller than the overlap, cut in both; the larger piece (35 rows) stays.
+    found[0].push_back({QStringLiteral("delta top"), QRect(300, 30, 100, 30), 90});
+    found[1].push_back({QStringLiteral("delta bottom"), QRect(300, 40, 100, 35), 90});
+    // epsilon: touches the lower band's upper edge with nothing over it in the upper band.
+    found[1].push_back({QStringLiteral("epsilon"), QRect(400, 40, 100, 30), 90});
+
+    EXPECT_EQ(texts(mergeBandLines(bands, found)),
+              QStringList({"alpha", "beta", "gamma", "delta bottom", "epsilon"}));
+}
+
+TEST(ReadingOrder, RowsTopToBottomAndLeftToRightWithinARow) {
+    std::vector<OCRLine> lines{
+        line("body", {300, 102, 200, 14}), line("next", {10, 130, 80, 14}),
+        line("title", {10, 50, 100, 20}),  line("sidebar", {10, 100, 60, 14}),
+        line("date", {600, 112, 50, 12}),  line("heading", {300, 60, 300, 40}),
+    };
+    sortIntoReadingOrder(lines);
+    QStringList order;
+    for (const OCRLine& l : lines) {
+        order << l.text;
+    }
+    // The heading's centre (80) lies below the title's rows (50…70): a row of its own. The
+    // body's (109) lies within the sidebar's (100…114), the date's (118) does not.
+    EXPECT_EQ(order, QStringList({"title", "heading", "sidebar", "body", "date", "next"}));
+
+    // A tall line gathers the small text beside it.
+    lines = {line("small", {400, 110, 50, 12}), line("big", {10, 100, 300, 40}),
+             line("below", {10, 145, 90, 14})};
+    sortIntoReadingOrder(lines);
+    EXPECT_EQ(lines[0].text, QStringLiteral("big"));
+    EXPECT_EQ(lines[1].text, QStringLiteral("small"));
+    EXPECT_EQ(lines[2].text, QStringLiteral("below"));
+}
+
+TEST(LineText, IsTrimmedAndReadsALoneBarBeforeALowerCaseWordAsI) {
+    EXPECT_EQ(cleanLineText(QStringLiteral("Hello world\n")), QStringLiteral("Hello world"));
+    EXPECT_EQ(cleanLineText(QStringLiteral("| prefer tea")), QStringLiteral("I prefer tea"));
+    EXPECT_EQ(cleanLineText(QStringLiteral("so | can go\n")), QStringLiteral("so I can go"));
+    EXPECT_EQ(cleanLineText(QStringLiteral("Name | Size | Date")),
+              QStringLiteral("Name | Size | Date"));
+    EXPECT_EQ(cleanLineText(QStringLiteral("a |")), QStringLiteral("a |"));
+    // Nothing to read: rules, icons, noise.
+    EXPECT_EQ(cleanLineText(QStringLiteral("| — =\n")), QString());
+    EXPECT_EQ(cleanLineText(QStringLiteral("  ")), QString());
+}
+
+TEST(OcrLanguages, LocaleNamesMapToTesseractCodes) {
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("de_DE.UTF-8")), QStringLiteral("deu"));
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("pt-BR")), QStringLiteral("por"));
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("en")), QStringLiteral("eng"));
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("fr_CA@euro")), QStringLiteral("fra"));
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("zh_TW")), QStringLiteral("chi_tra"));
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("zh-Hans-CN")), QStringLiteral("chi_sim"));
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("nb_NO")), QStringLiteral("nor"));
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("C")), QString());
+    EXPECT_EQ(tesseractLanguageCode(QStringLiteral("xx_YY")), QString());
+}
+
+TEST(OcrLanguages, InstalledDesktopLanguagesComeFirstThenEnglish) {
+    const QStringList debian{"eng", "osd"};
+    EXPECT_EQ(tesseractLanguages(debian, {"de-DE", "de", "en-US"}), QStringLiteral("eng"));
+    EXPECT_EQ(tesseractLanguages({"deu", "eng", "osd"}, {"de-DE", "en-US"}),
+              QStringLiteral("deu+eng"));
+    // At most three: English gives way to the desktop's own.
+    EXPECT_EQ(tesseractLanguages({"fra", "deu", "ita", "eng"}, {"fr", "de", "it"}),
+              QStringLiteral("fra+deu+ita"));
+    // Without English or a desktop language: any model but the script detector.
+    EXPECT_EQ(tesseractLanguages({"osd", "spa", "equ"}, {"ja"}), QStringLiteral("spa"));
+    EXPECT_EQ(tesseractLanguages({"osd"}, {"en"}), QString());
+}
+
+TEST(VisionLabels, AnInterfacePictureIsAScreenshotWithText) {
+    PictureMeasures m;
+    m.flatShare = 0.9;
+    m.backgroundShare = 0.6;
+    m.textLines = 40;
+    m.textCoverage = 0.1;
+    m.meanLineWidth = 0.1;
+    m.axisLineShare = 0.1;
+    m.saturatedFlatShare = 0.02;
+    m.saturatedShare = 0.03;
+    m.edgeDensity = 0.06;
+    const std::vector<Classification> labels = classify(m);
+    ASSERT_EQ(labels.size(), 8u);
+    EXPECT_EQ(labels[0].identifier, QStringLiteral("screenshot"));
+    EXPECT_DOUBLE_EQ(labels[0].confidence, 1);
+    EXPECT_EQ(labels[1].identifier, QStringLiteral("text"));
+    EXPECT_DOUBLE_EQ(labels[1].confidence, 1);
+    EXPECT_EQ(keepClassifications(labels), QStringList({"screenshot", "text"}));
+}
+
+TEST(VisionLabels, ConfidencesFollowTheRampsBetweenTheirEnds) {
+    // drawn = max(r(0.56; 0.35, 0.7) = 0.6, r(0.3; 0.2, 0.5) = 1/3) = 0.6.
+    PictureMeasures m;
+    m.flatShare = 0.56;
+    m.backgroundShare = 0.3;
+    m.textLines = 10;           // r(10; 4, 16) = 0.5
+    m.meanLineWidth = 0.45;     // pageLike = r(0.45; 0.35, 0.6) · r(0.3; 0.55, 0.75) = 0
+    m.saturatedFlatShare = 0.1; // chart: r(0.1; 0.05, 0.15) = 0.5
+    m.axisLineShare = 0.35;     // r(0.35; 0.2, 0.5) = 0.5
+    m.textCoverage = 0.05;
+    m.edgeDensity = 0.02; // r(0.02; 0.01, 0.03) = 0.5
+    std::map<QString, double> confidence;
+    for (const Classification& label : classify(m)) {
+        confidence[label.identifier] = label.confidence;
+    }
+    // chart = 0.6 · 0.5 · 0.5 · (1 − r(0.05; 0.2, 0.35) = 1) = 0.15
+    EXPECT_NEAR(confidence["chart"], 0.15, 1e-9);
+    // diagram: r(0.3; 0.75, 0.85) = 0, not on one background
+    EXPECT_EQ(confidence["diagram"], 0);
+    // screenshot = 0.6 · 0.5 · (1 − 0) · (1 − 0.15) = 0.255
+    EXPECT_NEAR(confidence["screenshot"], 0.255, 1e-9);
+    EXPECT_NEAR(confidence["text"], 0.5, 1e-9);  // r(0.05; 0, 0.1) · r(10; 0, 3)
+    EXPECT_NEAR(confidence["photo"], 0.4, 1e-9); // (1 − 0.6) · (1 − r(0.05; 0.1, 0.3))
+    EXPECT_EQ(confidence["document"], 0);        // r(0.05; 0.08, 0.2) = 0
+    EXPECT_EQ(keepClassifications(classify(m)), QStringList({"text", "photo"}));
+}
+
+TEST(VisionLabels, PagesChartsDiagramsAndPhotosEachGetTheirOwnLabel) {
+    PictureMeasures page;
+    page.flatShare = 0.75;
+    page.backgroundShare = 0.8;
+    page.textLines = 40;
+    page.textCoverage = 0.4;
+    page.meanLineWidth = 0.7;
+    page.edgeDensity = 0.15;
+    EXPECT_EQ(keepClassifications(classify(page)), QStringList({"document", "text"}));
+
+    PictureMeasures chart;
+    chart.flatShare = 0.95;
+    chart.backgroundShare = 0.7;
+    chart.saturatedShare = 0.25;
+    chart.saturatedFlatShare = 0.23;
+    chart.axisLineShare = 0.7;
+    chart.edgeDensity = 0.03;
+    chart.textLines = 12;
+    chart.textCoverage = 0.08;
+    chart.meanLineWidth = 0.1;
+    // text = r(0.08; 0, 0.1) = 0.8; screenshot is silenced by chart = 1.
+    EXPECT_EQ(keepClassifications(classify(chart)), QStringList({"chart", "text"}));
+
+    PictureMeasures diagram;
+    diagram.flatShare = 0.98;
+    diagram.backgroundShare = 0.8; // r(0.8; 0.75, 0.85) = 0.5
+    diagram.axisLineShare = 0.67;
+    diagram.edgeDensity = 0.026; // r = 0.8
+    diagram.textLines = 6;
+    diagram.textCoverage = 0.01;
+    const std::vector<Classification> diagramLabels = classify(diagram);
+    EXPECT_EQ(diagramLabels[0].identifier, QStringLiteral("diagram"));
+    EXPECT_NEAR(diagramLabels[0].confidence, 0.4, 1e-9);
+    EXPECT_EQ(keepClassifications(diagramLabels), QStringList({"diagram"}));
+    // The same outlines and labels over several panels are an interface.
+    diagram.backgroundShare = 0.7;
+    diagram.textLines = 14;
+    EXPECT_EQ(keepClassifications(classify(diagram)), QStringList({"screenshot"}));
+
+    PictureMeasures photo;
+    photo.flatShare = 0.2;
+    photo.backgroundShare = 0.03;
+    photo.saturatedShare = 0.6;
+    EXPECT_EQ(keepClassifications(classify(photo)), QStringList({"photo"}));
+}
+
+TEST(VisionLabels, FacesMakeAPersonAndBodiesToo) {
+    PictureMeasures m;
+    m.faces = 2;
+    m.faceConfidence = 0.8;
+    m.bodies = 1;
+    m.bodyConfidence = 0.5;
+    std::map<QString, double> confidence;
+    for (const Classification& label : classify(m)) {
+        confidence[label.identifier] = label.confidence;
+    }
+    EXPECT_DOUBLE_EQ(confidence["face"], 0.8);
+    EXPECT_NEAR(confidence["person"], 0.72, 1e-9);
+
+    m.faces = 0;
+    m.faceConfidence = 0;
+    m.bodyConfidence = 0.65;
+    confidence.clear();
+    for (const Classification& label : classify(m)) {
+        confidence[label.identifier] = label.confidence;
+    }
+    EXPECT_EQ(confidence["face"], 0);
+    EXPECT_DOUBLE_EQ(confidence["person"], 0.65);
+}
+
+TEST(VisionLabels, CascadeNeighboursRampFromFourToTwentyFour) {
+    EXPECT_EQ(cascadeConfidence(3), 0);
+    EXPECT_EQ(cascadeConfidence(4), 0);
+    EXPECT_DOUBLE_EQ(cascadeConfidence(14), 0.5);
+    EXPECT_DOUBLE_EQ(cascadeConfidence(24), 1);
+    EXPECT_DOUBLE_EQ(cascadeConfidence(40), 1);
+}
+
+TEST(VisionLimits, AtMostSixLabelsFromPointThreeUp) {
+    std::vector<Classification> labels;
+    for (int i = 0; i < 10; ++i) {
+        labels.push_back({QStringLiteral("label%1").arg(i), 0.9 - 0.01 * i});
+    }
+    EXPECT_EQ(keepClassifications(labels),
+              QStringList({"label0", "label1", "label2", "label3", "label4", "label5"}));
+
+    const std::vector<Classification> mixed{
+        {"weak", 0.29}, {"edge", 0.3}, {"strong", 0.8}, {"faint", 0.1}};
+    // The given order stays; only the threshold filters.
+    EXPECT_EQ(keepClassifications(mixed), QStringList({"edge", "strong"}));
+}
+
+TEST(VisionLimits, SalientRegionsBelowPointThreeAreDropped) {
+    const std::vector<SalientRegion> regions{
+        {QRectF(0, 0, 10, 10), 0.5f}, {QRectF(5, 5, 10, 10), 0.29f}, {QRectF(9, 9, 10, 10), 0.3f}};
+    const std::vector<SalientRegion> kept = keepSalientRegions(regions);
+    ASSERT_EQ(kept.size(), 2u);
+    EXPECT_EQ(kept[0].rect, QRectF(0, 0, 10, 10));
+    EXPECT_EQ(kept[1].rect, QRectF(9, 9, 10, 10));
+}

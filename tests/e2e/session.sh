@@ -1,0 +1,62 @@
+# Shared by the end-to-end scripts: a private home and X server, a tray, and clean-up of every
+# process by PID. Source it after `set -euo pipefail`; stop() and fail() are for the script.
+WORK=$(mktemp -d)
+XVFB_PID="" APP_PID="" SECOND_PID="" TRAY_PID=""
+stop() {
+  if [ -n "$1" ]; then
+    kill "$1" 2>/dev/null || true
+    wait "$1" 2>/dev/null || true
+  fi
+}
+cleanup() {
+  local status=$?
+  stop "$APP_PID"
+  stop "$SECOND_PID"
+  stop "$TRAY_PID"
+  stop "$XVFB_PID"
+  rm -rf "$WORK"
+  exit "$status"
+}
+trap cleanup EXIT
+fail() { echo "FAIL: $*" >&2; [ -f "$WORK/app.log" ] && sed 's/^/  app: /' "$WORK/app.log" >&2; exit 1; }
+
+export HOME=$WORK XDG_DATA_HOME=$WORK/data XDG_CONFIG_HOME=$WORK/config XDG_CACHE_HOME=$WORK/cache
+export XDG_RUNTIME_DIR=$WORK/run QT_QPA_PLATFORM=xcb OMP_THREAD_LIMIT=1
+unset WAYLAND_DISPLAY
+mkdir -p -m 700 "$XDG_RUNTIME_DIR"
+
+# start_xvfb WIDTHxHEIGHT: an X server on a display number nobody uses.
+start_xvfb() {
+  local n
+  for n in $(seq 91 190); do
+    if [ ! -e "/tmp/.X11-unix/X$n" ] && [ ! -e "/tmp/.X$n-lock" ]; then DISPLAY_NUMBER=$n; break; fi
+  done
+  Xvfb ":$DISPLAY_NUMBER" -screen 0 "${1}x24" -nolisten tcp >/dev/null 2>&1 &
+  XVFB_PID=$!
+  export DISPLAY=":$DISPLAY_NUMBER"
+  for _ in $(seq 1 100); do xdotool getmouselocation >/dev/null 2>&1 && break; sleep 0.05; done
+}
+
+# An XEmbed tray (trayer) in the top right corner, standing in for the desktop's panel.
+start_tray() {
+  trayer --edge top --align right --widthtype pixel --width 64 --heighttype pixel --height 32 \
+    --SetDockType true --transparent false >/dev/null 2>&1 &
+  TRAY_PID=$!
+}
+
+# Opens the status menu of the app's tray icon with a click, as a person does.
+open_status_menu() {
+  local icon="" w
+  for _ in $(seq 1 100); do
+    # The docked icon is the app's one small window inside the panel.
+    for w in $(xdotool search --pid "$APP_PID" --name '^Vellumix$' 2>/dev/null); do
+      eval "$(xdotool getwindowgeometry --shell "$w" | sed 's/^/I_/')"
+      if [ "$I_WIDTH" -gt 4 ] && [ "$I_WIDTH" -le 64 ] && [ "$I_Y" -lt 32 ]; then icon=$w; fi
+    done
+    [ -n "$icon" ] && break
+    sleep 0.1
+  done
+  [ -n "$icon" ] || fail "no tray icon appeared in the panel"
+  xdotool mousemove $((I_X + I_WIDTH / 2)) $((I_Y + I_HEIGHT / 2)) click 1
+  sleep 0.5
+}
