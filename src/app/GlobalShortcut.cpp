@@ -139,19 +139,18 @@ void GlobalShortcut::refreshPortal() {
     if (!m_portal) {
         m_portal = std::make_unique<PortalGlobalShortcuts>();
     }
-    if (!m_portal->available()) {
-        m_problem = QStringLiteral(
-            "This desktop does not let applications set global shortcuts. To capture with a "
-            "key, bind the command \"vellumix --capture\" in the desktop's keyboard settings.");
-        logLine(QStringLiteral("No GlobalShortcuts portal: the capture shortcut is left to the "
-                               "desktop's keyboard settings (vellumix --capture)"));
-        return;
-    }
     m_portalStarted = true;
     m_portal->onActivated = [this] { QTimer::singleShot(0, [capture = m_capture] { capture(); }); };
     m_portal->onBound = [](const QString& trigger) {
         logLine(QStringLiteral("Capture shortcut bound through the GlobalShortcuts portal: %1")
                     .arg(trigger.isEmpty() ? QStringLiteral("(no keys yet)") : trigger));
+    };
+    m_portal->onUnavailable = [this] {
+        m_problem = QStringLiteral(
+            "This desktop does not let applications set global shortcuts. To capture with a "
+            "key, bind the command \"vellumix --capture\" in the desktop's keyboard settings.");
+        logLine(QStringLiteral("No GlobalShortcuts portal: the capture shortcut is left to the "
+                               "desktop's keyboard settings (vellumix --capture)"));
     };
     m_portal->onProblem = [this](const QString& reason) {
         m_problem =

@@ -1,8 +1,8 @@
 #include "platform/PortalGlobalShortcuts.h"
 
 #include <QDBusArgument>
-#include <QDBusInterface>
 #include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 
 namespace vellumix {
@@ -68,20 +68,6 @@ PortalGlobalShortcuts::PortalGlobalShortcuts(QDBusConnection bus, QString servic
 
 PortalGlobalShortcuts::~PortalGlobalShortcuts() = default;
 
-bool PortalGlobalShortcuts::available() const {
-    if (!m_bus.isConnected()) {
-        return false;
-    }
-    // The portal exports only the interfaces some backend implements: reading the version of
-    // a missing one is an error.
-    QDBusMessage get = QDBusMessage::createMethodCall(
-        m_service, PortalCall::desktopPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("Get"));
-    get << interfaceName << QStringLiteral("version");
-    const QDBusMessage reply = m_bus.call(get, QDBus::Block, 5000);
-    return reply.type() == QDBusMessage::ReplyMessage;
-}
-
 PortalCall PortalGlobalShortcuts::portalCall(const QString& method) {
     PortalCall call;
     call.bus = m_bus;
@@ -96,6 +82,33 @@ PortalCall PortalGlobalShortcuts::portalCall(const QString& method) {
 
 void PortalGlobalShortcuts::start(const QString& preferredTrigger) {
     m_preferredTrigger = preferredTrigger;
+    if (!m_bus.isConnected()) {
+        if (onUnavailable) {
+            onUnavailable();
+        }
+        return;
+    }
+    // The portal exports only the interfaces some backend implements: reading the version of
+    // a missing one is an error.
+    QDBusMessage get = QDBusMessage::createMethodCall(
+        m_service, PortalCall::desktopPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("Get"));
+    get << interfaceName << QStringLiteral("version");
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(get, 10000), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this](QDBusPendingCallWatcher* finished) {
+                finished->deleteLater();
+                if (finished->isError()) {
+                    if (onUnavailable) {
+                        onUnavailable();
+                    }
+                    return;
+                }
+                createSession();
+            });
+}
+
+void PortalGlobalShortcuts::createSession() {
     m_bus.connect(m_service, PortalCall::desktopPath, interfaceName, QStringLiteral("Activated"),
                   this, SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     PortalCall call = portalCall(QStringLiteral("CreateSession"));

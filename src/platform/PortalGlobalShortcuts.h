@@ -25,11 +25,9 @@ public:
                                    QString service = PortalCall::desktopService);
     ~PortalGlobalShortcuts() override;
 
-    /// Whether the desktop's portal has the GlobalShortcuts interface.
-    bool available() const;
-
-    /// Opens the session and binds the shortcut if needed, suggesting `preferredTrigger`
-    /// ("CTRL+SHIFT+6"). Reports through the callbacks below.
+    /// Asks whether the desktop's portal has the GlobalShortcuts interface; if so, opens the
+    /// session and binds the shortcut if needed, suggesting `preferredTrigger`
+    /// ("CTRL+SHIFT+6"). Never blocks; reports through the callbacks below.
     void start(const QString& preferredTrigger);
 
     /// The shortcut was pressed.
@@ -38,6 +36,8 @@ public:
     std::function<void(const QString& trigger)> onBound;
     /// The session or the binding failed, as one line for the log.
     std::function<void(const QString& reason)> onProblem;
+    /// The desktop has no GlobalShortcuts portal (or no portal at all).
+    std::function<void()> onUnavailable;
 
 private Q_SLOTS:
     void activated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp,
@@ -45,6 +45,7 @@ private Q_SLOTS:
 
 private:
     PortalCall portalCall(const QString& method);
+    void createSession();
     void listShortcuts();
     void bindShortcut();
     void report(const QString& reason);
