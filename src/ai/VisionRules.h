@@ -51,13 +51,16 @@ struct FoundLine {
     double confidence = 0;
 };
 
-/// Tesseract's sparse-text mode also reports bars, icons and photo texture as lines, with
-/// confidences under 30 where interface text scores 85 and more: lines below this are noise.
+/// Tesseract's sparse-text mode also reads bars, icons and photo texture as lines, most of them
+/// scoring under 30 where interface text scores 85 and more: lines below this are noise.
 inline constexpr double minimumLineConfidence = 40;
 
-/// The lines of all bands as one list: a line is kept from the band that owns its vertical
-/// centre, and a line touching a band's inner edge (cut by it) is dropped when the neighbouring
-/// band read a line over the same place. `found[i]` holds the lines of `bands[i]`.
+/// The lines of all bands as one list, band by band. A line clear of its band's inner edges is
+/// kept by the band that owns its vertical centre. A line touching an inner edge (cut by it) is
+/// dropped when the neighbour across that edge read a line clear of the edge over the same place;
+/// when the neighbour's line is cut too (a line taller than the overlap), the taller piece is kept
+/// (the upper one on a tie); with nothing over it, it is kept by the band owning its centre.
+/// `found[i]` holds the lines of `bands[i]`.
 std::vector<FoundLine> mergeBandLines(const std::vector<TextBand>& bands,
                                       const std::vector<std::vector<FoundLine>>& found);
 

@@ -120,20 +120,32 @@ void AppDelegate::buildStatusMenu() {
         });
         return item;
     };
-    m_captureItem = relay(menu->addAction(themed("camera-photo"), QStringLiteral("Capture")),
+    // Theme icons are looked up when the menu first opens: the lookup reads the icon themes'
+    // indexes and caches, memory the idle tray process does without.
+    const auto withIcon = [this](QAction* item, const char* iconName) {
+        m_pendingIcons.emplace_back(item, iconName);
+        return item;
+    };
+    m_captureItem = relay(withIcon(menu->addAction(QStringLiteral("Capture")), "camera-photo"),
                           &AppDelegate::onCapture);
-    relay(menu->addAction(themed("edit-paste"), QStringLiteral("Paste")), &AppDelegate::onPaste);
-    relay(menu->addAction(themed("document-open"), QStringLiteral("Open…")), &AppDelegate::onOpen);
-    m_historyMenu = menu->addMenu(themed("document-open-recent"), QStringLiteral("History"));
+    relay(withIcon(menu->addAction(QStringLiteral("Paste")), "edit-paste"), &AppDelegate::onPaste);
+    relay(withIcon(menu->addAction(QStringLiteral("Open…")), "document-open"),
+          &AppDelegate::onOpen);
+    m_historyMenu = menu->addMenu(QStringLiteral("History"));
+    withIcon(m_historyMenu->menuAction(), "document-open-recent");
     m_historyMenu->setTitle(QStringLiteral("History"));
     menu->addSeparator();
     m_settingsItem =
-        relay(menu->addAction(themed("preferences-system"), QStringLiteral("Settings…")),
+        relay(withIcon(menu->addAction(QStringLiteral("Settings…")), "preferences-system"),
               &AppDelegate::onSettings);
-    QAction* quit = menu->addAction(themed("application-exit"), QStringLiteral("Quit"));
+    QAction* quit = withIcon(menu->addAction(QStringLiteral("Quit")), "application-exit");
     connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit);
     // The history is read afresh each time the menu opens; settings only once they exist.
     connect(menu, &QMenu::aboutToShow, this, [this] {
+        for (const auto& [item, iconName] : m_pendingIcons) {
+            item->setIcon(themed(iconName));
+        }
+        m_pendingIcons.clear();
         m_settingsItem->setEnabled(bool(onSettings));
         rebuildHistoryMenu();
     });

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace vellumix {
 
@@ -53,6 +55,8 @@ private:
     std::unique_ptr<QMenu> m_statusMenu;
     QMenu* m_historyMenu = nullptr;
     QAction* m_captureItem = nullptr;
+    // Items and the theme icons they get when the menu first opens.
+    std::vector<std::pair<QAction*, const char*>> m_pendingIcons;
     QAction* m_settingsItem = nullptr;
     std::unique_ptr<QSystemTrayIcon> m_trayIcon;
 };

@@ -8,13 +8,19 @@
 #include "library/Keychain.h"
 #include "library/Settings.h"
 #include "platform/LoginItem.h"
+#include "platform/OcrEnvironment.h"
 #include "platform/SecretServiceKeychain.h"
 #include "platform/TerminationSignals.h"
 
 #include <QApplication>
 #include <QTimer>
 
+#include <malloc.h>
+
 int main(int argc, char* argv[]) {
+    // Text recognition runs one engine per core; OpenMP threads inside each would fight them.
+    // The variable must be set before the process starts: without it, this restarts once.
+    vellumix::ensureOcrThreadLimit(argc, argv);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vellumix"));
     QApplication::setOrganizationName(QStringLiteral("Vellumix"));
@@ -95,6 +101,9 @@ int main(int argc, char* argv[]) {
                            if (captureNow) {
                                capture.start();
                            }
+                           // Start-up's scratch memory goes back to the system: the tray
+                           // process mostly waits.
+                           QTimer::singleShot(1000, [] { malloc_trim(0); });
                        });
     return QApplication::exec();
 }

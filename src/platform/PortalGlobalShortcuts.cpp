@@ -88,6 +88,9 @@ void PortalGlobalShortcuts::start(const QString& preferredTrigger) {
         }
         return;
     }
+    // Listening first: the bus resolves the portal's name while the calls below go out.
+    m_bus.connect(m_service, PortalCall::desktopPath, interfaceName, QStringLiteral("Activated"),
+                  this, SLOT(activated(QDBusMessage)));
     // The portal exports only the interfaces some backend implements: reading the version of
     // a missing one is an error.
     QDBusMessage get = QDBusMessage::createMethodCall(
@@ -109,8 +112,6 @@ void PortalGlobalShortcuts::start(const QString& preferredTrigger) {
 }
 
 void PortalGlobalShortcuts::createSession() {
-    m_bus.connect(m_service, PortalCall::desktopPath, interfaceName, QStringLiteral("Activated"),
-                  this, SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     PortalCall call = portalCall(QStringLiteral("CreateSession"));
     call.options = {{QStringLiteral("session_handle_token"), sessionToken}};
     call.onResponse = [this](uint response, const QVariantMap& results) {
@@ -178,9 +179,18 @@ void PortalGlobalShortcuts::bindShortcut() {
     startPortalCall(std::move(call), this);
 }
 
-void PortalGlobalShortcuts::activated(const QDBusObjectPath& session, const QString& id, qulonglong,
-                                      const QVariantMap&) {
-    if (session.path() == m_session && id == shortcutId && onActivated) {
+void PortalGlobalShortcuts::activated(const QDBusMessage& signal) {
+    // Activated(o session_handle, s shortcut_id, t timestamp, a{sv} options); the session may
+    // come as a path or, like the handle in CreateSession's answer, as a string.
+    const QVariantList arguments = signal.arguments();
+    if (arguments.size() < 2) {
+        return;
+    }
+    const QVariant session = arguments[0];
+    const QString path = session.metaType() == QMetaType::fromType<QDBusObjectPath>()
+                             ? session.value<QDBusObjectPath>().path()
+                             : session.toString();
+    if (path == m_session && arguments[1].toString() == shortcutId && onActivated) {
         onActivated();
     }
 }

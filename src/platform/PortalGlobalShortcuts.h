@@ -3,6 +3,7 @@
 #include "platform/PortalRequest.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QObject>
 
@@ -40,8 +41,7 @@ public:
     std::function<void()> onUnavailable;
 
 private Q_SLOTS:
-    void activated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp,
-                   const QVariantMap& options);
+    void activated(const QDBusMessage& signal);
 
 private:
     PortalCall portalCall(const QString& method);

@@ -1,8 +1,10 @@
 #pragma once
 
-// Shared by the VisionAnalyzer files only.
+// Shared by the files of the vision module only.
 
 #include "ai/VisionRules.h"
+
+#include <QImage>
 
 #include <atomic>
 #include <memory>
@@ -11,6 +13,13 @@
 #include <vector>
 
 namespace vellumix::vision::detail {
+
+/// What VisionAnalyzer::analyze does, inside the vision module.
+VisionAnalysis analyzeImage(const QImage& image, const std::atomic<bool>* cancelled);
+
+/// What VisionAnalyzer::prepare does, inside the vision module: starts the engines and loads the
+/// cascades, on the calling thread.
+void prepareEngines();
 
 /// The grey picture the text engines read, its scale relative to the image, and the dark pixels
 /// of each of its rows (where the bands are cut).
@@ -61,7 +70,7 @@ void startTextEngines();
 /// side); the text and face fields are left for the caller.
 PictureMeasures measureColoursAndEdges(const cv::Mat& small);
 
-/// Faces and upper bodies in `grey` (8-bit, at most about 800 pixels on the longer side), into
+/// Faces and upper bodies in `grey` (8-bit, at most about 640 pixels on the longer side), into
 /// the face and body fields of `measures`. Throws when the cascades cannot be loaded.
 void detectPeople(const cv::Mat& grey, PictureMeasures& measures);
 

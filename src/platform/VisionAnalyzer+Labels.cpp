@@ -17,8 +17,8 @@ namespace {
 constexpr int kFlatTolerance = 3;
 constexpr double kSaturated = 0.35;
 constexpr double kNotDark = 0.3;
-// Straight runs of edge pixels at least this share of the picture's side are lines: borders,
-// rules, axes, box outlines.
+// Straight runs of edge pixels at least 1/16 of the picture's side are lines: borders, rules,
+// axes, box outlines. Glyph edges are far shorter.
 constexpr int kLineFraction = 16;
 
 // Each scale a fifth larger than the last: half the scales of the customary 1.1, and faces still

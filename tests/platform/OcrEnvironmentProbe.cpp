@@ -1,11 +1,13 @@
 // Reports the OpenMP thread limit before and after ensureOcrThreadLimit (which may restart the
-// process), or, with --levels, whether OpenMP parallelism can be switched off at run time.
+// process); --with-openmp loads libgomp first, as a program linked with libtesseract has it.
+// With --levels, reports whether OpenMP parallelism can be switched off before and after libgomp
+// is loaded the way the vision module loads it.
 #include "platform/OcrEnvironment.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <tesseract/baseapi.h>
+#include <dlfcn.h>
 
 namespace {
 
@@ -14,14 +16,28 @@ const char* limit() {
     return value ? value : "unset";
 }
 
+void loadOpenMp() {
+    if (!dlopen("libgomp.so.1", RTLD_NOW | RTLD_LOCAL)) {
+        std::printf("no libgomp: %s\n", dlerror());
+    }
+}
+
+const char* levels() {
+    return vellumix::disableOpenMpParallelism() ? "off" : "unchanged";
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc > 1 && std::strcmp(argv[1], "--levels") == 0) {
-        // Linked like the app: libtesseract brings libgomp in.
-        std::printf("tesseract %s levels %s\n", tesseract::TessBaseAPI::Version(),
-                    vellumix::disableOpenMpParallelism() ? "off" : "unchanged");
+    const char* flag = argc > 1 ? argv[1] : "";
+    if (std::strcmp(flag, "--levels") == 0) {
+        const char* before = levels();
+        loadOpenMp();
+        std::printf("levels before loading %s, after %s\n", before, levels());
         return 0;
+    }
+    if (std::strcmp(flag, "--with-openmp") == 0) {
+        loadOpenMp();
     }
     std::printf("start %s", limit());
     for (int i = 1; i < argc; ++i) {
