@@ -166,8 +166,21 @@ EditorWindowController* DocumentOpener::openDocument(EditorDocument document) {
         m_sourceFormats.erase(editor);
         editor->deleteLater();
     };
+    if (promptFieldState) {
+        editor->showPromptFieldState(promptFieldState());
+    }
     editor->present();
     return editor;
+}
+
+void DocumentOpener::refreshPromptFields() {
+    if (!promptFieldState) {
+        return;
+    }
+    const PromptFieldState state = promptFieldState();
+    for (EditorWindowController* editor : m_editors) {
+        editor->showPromptFieldState(state);
+    }
 }
 
 } // namespace vellumix

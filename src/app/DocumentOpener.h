@@ -3,6 +3,7 @@
 #include "editor/EditorWindowController.h"
 #include "imaging/OpeningRules.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -38,6 +39,11 @@ public:
     void openNewImage(QImage image, std::optional<QString> sourceFormat);
 
     const std::vector<EditorWindowController*>& editors() const { return m_editors; }
+
+    /// What the assistant's prompt field should show; each new window asks it. Optional.
+    std::function<PromptFieldState()> promptFieldState;
+    /// Every open window shows the prompt field state afresh (the key or a provider changed).
+    void refreshPromptFields();
     /// The format an open editor's image came from, as it was handed to the editor.
     std::optional<QString> sourceFormat(const EditorWindowController* editor) const;
     HistoryStore& history();

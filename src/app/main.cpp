@@ -1,3 +1,4 @@
+#include "ai/Routing.h"
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
 #include "app/GlobalShortcut.h"
@@ -82,6 +83,18 @@ int main(int argc, char* argv[]) {
     vellumix::SecretServiceKeychain keychain(vellumix::ApiKeyStore::service);
     vellumix::LoginItem loginItem;
     std::unique_ptr<vellumix::SettingsWindowController> settingsWindow;
+
+    // The assistant's prompt field in each window. Whether a cloud key is stored is read when
+    // the first window needs it and again after each change in the settings window; the local
+    // model counts as unavailable until its client is in place.
+    std::optional<bool> hasApiKey;
+    opener.promptFieldState = [&] {
+        if (!hasApiKey) {
+            hasApiKey = vellumix::ApiKeyStore(keychain).hasKey();
+        }
+        return vellumix::promptFieldState(settings.aiProvider(), *hasApiKey,
+                                          vellumix::LocalModelAvailability::otherUnavailable);
+    };
     delegate.onSettings = [&] {
         if (!settingsWindow) {
             settingsWindow =
@@ -89,6 +102,10 @@ int main(int argc, char* argv[]) {
                     settings, keychain, loginItem, [&keychain] { return keychain.lastProblem(); },
                     [&globalShortcut] { return globalShortcut.problem(); }});
             settingsWindow->onShortcutChanged = applyShortcut;
+            settingsWindow->onApiKeyChanged = [&] {
+                hasApiKey.reset();
+                opener.refreshPromptFields();
+            };
         }
         settingsWindow->showWindow();
     };

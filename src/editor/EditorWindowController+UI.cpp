@@ -520,4 +520,9 @@ void EditorWindowController::showControls(const EditorControls& c) {
     m_showingControls = false;
 }
 
+void EditorWindowController::showPromptFieldState(const PromptFieldState& state) {
+    m_promptField->setEnabled(state.enabled);
+    m_promptField->setPlaceholderText(state.placeholder);
+}
+
 } // namespace vellumix

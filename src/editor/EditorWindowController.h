@@ -1,6 +1,7 @@
 #pragma once
 
 #include "EditorControls.h"
+#include "ai/Routing.h"
 #include "model/Annotation.h"
 
 #include <QPointer>
@@ -78,6 +79,11 @@ public:
     std::function<void()> onClose;
 
     AnnotationCanvasView* canvasView() const { return m_canvas; }
+    QLineEdit* promptField() const { return m_promptField; }
+
+    /// The assistant's prompt field takes input or not and says why when empty; the app calls
+    /// this when a window opens and whenever the key or the provider's availability changes.
+    void showPromptFieldState(const PromptFieldState& state);
     CenteringClipView* scrollView() const { return m_scrollView; }
     EditorModel& model() const { return *m_model; }
     const std::optional<QString>& bundlePath() const { return m_bundlePath; }

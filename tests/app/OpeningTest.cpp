@@ -309,6 +309,25 @@ TEST(DocumentOpener, PdfPagesOpenAt144DpiOnWhiteWithTheirOwnBundle) {
     EXPECT_NEAR(f.opener->editors().back()->model().image().width(), 839, 1);
 }
 
+TEST(DocumentOpener, PromptFieldsShowTheStateTheAppGivesAndFollowItsChanges) {
+    OpenerFixture f;
+    PromptFieldState state{false, QStringLiteral("Add a Gemini API key in Settings")};
+    f.opener->promptFieldState = [&state] { return state; };
+    f.opener->openNewImage(QImage(40, 30, QImage::Format_RGB32), std::nullopt);
+    f.opener->openNewImage(QImage(50, 30, QImage::Format_RGB32), std::nullopt);
+    for (EditorWindowController* editor : f.opener->editors()) {
+        EXPECT_FALSE(editor->promptField()->isEnabled());
+        EXPECT_EQ(editor->promptField()->placeholderText(), state.placeholder);
+    }
+    // A key is saved in the settings window: every open window takes the new state at once.
+    state = PromptFieldState{true, QStringLiteral("Ask Gemini…")};
+    f.opener->refreshPromptFields();
+    for (EditorWindowController* editor : f.opener->editors()) {
+        EXPECT_TRUE(editor->promptField()->isEnabled());
+        EXPECT_EQ(editor->promptField()->placeholderText(), QStringLiteral("Ask Gemini…"));
+    }
+}
+
 TEST(DocumentOpener, ClipboardImagesAndCopiedFilesOpenWithTheirSourceFormat) {
     OpenerFixture f;
     QClipboard* clipboard = QGuiApplication::clipboard();
