@@ -48,6 +48,23 @@ open_and_draw() {
   sleep 0.5
 }
 
+# Drags over the annotated picture from image pixel (40, 40) to (160, 130) in a running capture;
+# the new editor's image must hold exactly those pixels, the rectangle's red edge 10 pixels in.
+drag_and_expect_capture() {
+  xdotool mousemove $(at 40 40) sleep 0.1 mousedown 1 sleep 0.1
+  xdotool mousemove $(at 100 85) sleep 0.1
+  xdotool mousemove $(at 160 130) sleep 0.1
+  xdotool mouseup 1
+  sleep 1
+  local newest probed
+  newest=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
+  probed=$("$PROBE" "$newest/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
+  case "$probed" in
+    "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS ($1): $probed" ;;
+    *) fail "$1: the picture is not the selected pixels: $probed" ;;
+  esac
+}
+
 # The newest history bundle must hold exactly the drawn rectangle.
 expect_saved_rectangle() {
   local newest
@@ -109,17 +126,7 @@ sleep 0.3
 "$APP" --capture >>"$WORK/app.log" 2>&1 &
 SECOND_PID=$!
 sleep 1.5
-xdotool mousemove $(at 40 40) sleep 0.1 mousedown 1 sleep 0.1
-xdotool mousemove $(at 100 85) sleep 0.1
-xdotool mousemove $(at 160 130) sleep 0.1
-xdotool mouseup 1
-sleep 1
-NEWEST=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
-PROBED=$("$PROBE" "$NEWEST/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
-case "$PROBED" in
-  "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS (captured): $PROBED" ;;
-  *) fail "the captured picture is not the selected pixels: $PROBED" ;;
-esac
+drag_and_expect_capture "captured"
 
 # Captured through the tray: a click on the icon opens the status menu, whose first item is
 # "Capture"; the same drag must give the same pixels.
@@ -131,17 +138,7 @@ open_and_draw
 open_status_menu
 xdotool key Down Return
 sleep 1
-xdotool mousemove $(at 40 40) sleep 0.1 mousedown 1 sleep 0.1
-xdotool mousemove $(at 100 85) sleep 0.1
-xdotool mousemove $(at 160 130) sleep 0.1
-xdotool mouseup 1
-sleep 1
-NEWEST=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
-PROBED=$("$PROBE" "$NEWEST/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
-case "$PROBED" in
-  "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS (captured from the tray menu): $PROBED" ;;
-  *) fail "the picture captured from the tray menu is not the selected pixels: $PROBED" ;;
-esac
+drag_and_expect_capture "captured from the tray menu"
 
 # A later launch hands a PDF and a project bundle to the running Vellumix and ends: the PDF's
 # first page opens at 144 dpi on white (595 × 842 pt: 1190 × 1684, its blue box where it
