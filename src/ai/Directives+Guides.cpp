@@ -56,8 +56,9 @@ const std::array<FieldGuide, 20>& annotationDirectiveGuides() {
          "When kind='text': font size in points. 0 to use the user's current toolbar size; "
          "positive overrides (e.g. 14 = small, 24 = medium, 48 = large)."},
         {"fontFamily", "string",
-         "When kind='text': font family name as installed on macOS (e.g. \"Futura\", "
-         "\"Helvetica\", \"Times New Roman\", \"Menlo\"). Empty string to use the user's current "
+         "When kind='text': font family name as installed on this computer (e.g. \"DejaVu "
+         "Sans\", \"Liberation Serif\", \"Noto Sans\", \"DejaVu Sans Mono\"). Empty string to use "
+         "the user's current "
          "toolbar font family. Only emit when the user explicitly names a font."},
         {"summary", "string",
          "Short label for this shape (e.g. \"the title\", \"button\"). When shouldDraw=false, a "

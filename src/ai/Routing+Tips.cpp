@@ -43,7 +43,7 @@ QString providerTips(AIProvider provider) {
             "- For annotation drawing, name the target precisely (\"the red button\", not \"the "
             "thing\").\n"
             "- If a request fails, the model returns a short explanation instead of an image.\n"
-            "- Your key is stored in the macOS Keychain.");
+            "- Your key is stored in your desktop keyring (Secret Service).");
     case AIProvider::googleGeminiPro:
         return QStringLiteral(
             "**Google Gemini (Pro)** routes the same way as the Flash option but uses **Nano "
@@ -65,14 +65,15 @@ QString providerTips(AIProvider provider) {
             "Annotation drawing + Q&A behave identically to the Flash provider — both use "
             "`gemini-3.5-flash` regardless of the picker. Only the image-edit endpoint differs.\n"
             "\n"
-            "Your key is the same one (single Gemini Keychain entry); switching providers doesn't "
+            "Your key is the same one (single Gemini keyring entry); switching providers doesn't "
             "require re-entering it.");
-    case AIProvider::appleIntelligence:
+    case AIProvider::localModel:
         break;
     }
     return QStringLiteral(
-        "**Apple Intelligence** runs on your macOS 26+ device. It utilizes a smaller model and "
-        "context window that can handle the following types of prompts:\n"
+        "**Local model** runs on your computer through a local OpenAI-compatible server "
+        "(llama.cpp's llama-server or Ollama). It utilizes a smaller model and context window "
+        "that can handle the following types of prompts:\n"
         "\n"
         "**1. Perform basic image-wide edits**\n"
         "- *\"Sharpen the details\"*\n"

@@ -39,14 +39,14 @@ QString providerTitle(AIProvider provider) {
         return QStringLiteral("Google Gemini (Flash)");
     case AIProvider::googleGeminiPro:
         return QStringLiteral("Google Gemini (Pro)");
-    case AIProvider::appleIntelligence:
+    case AIProvider::localModel:
         break;
     }
-    return QStringLiteral("Apple Intelligence");
+    return QStringLiteral("Local model");
 }
 
 bool isCloudProvider(AIProvider provider) {
-    return provider != AIProvider::appleIntelligence;
+    return provider != AIProvider::localModel;
 }
 
 std::optional<QueryRoute> fastRoute(const QString& query) {
@@ -81,14 +81,14 @@ QString routeLogLine(AIProvider provider, std::optional<QueryRoute> llm,
 
 std::optional<QString> unavailabilityText(LocalModelAvailability availability) {
     switch (availability) {
-    case LocalModelAvailability::olderSystem:
-        return QStringLiteral("Requires macOS 26 or later");
-    case LocalModelAvailability::deviceNotEligible:
-        return QStringLiteral("Not supported on this device");
+    case LocalModelAvailability::serverNotRunning:
+        return QStringLiteral("Local model server not running");
+    case LocalModelAvailability::noModelLoaded:
+        return QStringLiteral("No model loaded in the local server");
     case LocalModelAvailability::notEnabled:
-        return QStringLiteral("Enable Apple Intelligence in Settings");
-    case LocalModelAvailability::notReady:
-        return QStringLiteral("Apple Intelligence model downloading…");
+        return QStringLiteral("Start llama-server or Ollama, or set its address in Settings");
+    case LocalModelAvailability::loading:
+        return QStringLiteral("Local model loading…");
     case LocalModelAvailability::available:
     case LocalModelAvailability::otherUnavailable:
         break;
@@ -107,11 +107,10 @@ PromptFieldState promptFieldState(AIProvider provider, bool hasApiKey,
         return {true, QStringLiteral("Ask Gemini (Nano Banana) ") + variant + QStringLiteral("…")};
     }
     if (localModel == LocalModelAvailability::available) {
-        return {true, QStringLiteral("Ask Apple Intelligence…")};
+        return {true, QStringLiteral("Ask the local model…")};
     }
-    return {
-        false,
-        unavailabilityText(localModel).value_or(QStringLiteral("Apple Intelligence unavailable"))};
+    return {false,
+            unavailabilityText(localModel).value_or(QStringLiteral("Local model unavailable"))};
 }
 
 } // namespace vellumix

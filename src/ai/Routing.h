@@ -19,13 +19,13 @@ QueryRoute decideRoute(std::optional<QueryRoute> llm, std::optional<QueryRoute> 
 QString routeLogLine(AIProvider provider, std::optional<QueryRoute> llm,
                      std::optional<QueryRoute> fast, QueryRoute route, const QString& query);
 
-/// Whether the local model can answer, and if not, why.
+/// Whether the local model server can answer, and if not, why.
 enum class LocalModelAvailability {
     available,
-    olderSystem,
-    deviceNotEligible,
-    notEnabled,
-    notReady,
+    serverNotRunning, ///< nothing answers at the address
+    noModelLoaded,    ///< the server lists no model
+    notEnabled,       ///< the address setting is empty
+    loading,          ///< the server answers 503 while it loads the model
     otherUnavailable
 };
 std::optional<QString> unavailabilityText(LocalModelAvailability availability);

@@ -1,3 +1,4 @@
+#include "ai/AIService.h"
 #include "ai/Routing.h"
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
@@ -85,15 +86,30 @@ int main(int argc, char* argv[]) {
     std::unique_ptr<vellumix::SettingsWindowController> settingsWindow;
 
     // The assistant's prompt field in each window. Whether a cloud key is stored is read when
-    // the first window needs it and again after each change in the settings window; the local
-    // model counts as unavailable until its client is in place.
+    // the first window needs it and again after each change in the settings window. The local
+    // model server is asked for its state whenever a window opens; the open windows follow
+    // its answer.
     std::optional<bool> hasApiKey;
+    vellumix::AIService localModel;
+    auto localAvailability = vellumix::LocalModelAvailability::otherUnavailable;
+    std::unique_ptr<vellumix::LocalModelCall> availabilityCheck;
+    bool applyingCheck = false;
     opener.promptFieldState = [&] {
         if (!hasApiKey) {
             hasApiKey = vellumix::ApiKeyStore(keychain).hasKey();
         }
-        return vellumix::promptFieldState(settings.aiProvider(), *hasApiKey,
-                                          vellumix::LocalModelAvailability::otherUnavailable);
+        if (!applyingCheck && !availabilityCheck) {
+            availabilityCheck =
+                localModel.checkAvailability([&](vellumix::LocalModelStatus status) {
+                    localAvailability = status.availability;
+                    applyingCheck = true;
+                    opener.refreshPromptFields();
+                    applyingCheck = false;
+                    // Not from inside the call's own callback.
+                    QTimer::singleShot(0, [&availabilityCheck] { availabilityCheck.reset(); });
+                });
+        }
+        return vellumix::promptFieldState(settings.aiProvider(), *hasApiKey, localAvailability);
     };
     delegate.onSettings = [&] {
         if (!settingsWindow) {

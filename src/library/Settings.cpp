@@ -150,11 +150,27 @@ void Settings::setSaveMode(SaveMode mode) {
 }
 
 AIProvider Settings::aiProvider() const {
-    return readEnum<AIProvider>(m_store.value("aiProvider"));
+    const auto stored = m_store.value("aiProvider");
+    if (stored && stored->is_string() && stored->get<std::string>() == "appleIntelligence") {
+        return AIProvider::localModel;
+    }
+    return readEnum<AIProvider>(stored);
 }
 
 void Settings::setAIProvider(AIProvider provider) {
     m_store.setValue("aiProvider", rawValue(provider).toStdString());
+}
+
+QString Settings::localModelURL() const {
+    const auto stored = m_store.value("localModelURL");
+    if (!stored || !stored->is_string()) {
+        return QString::fromLatin1(defaultLocalModelURL);
+    }
+    return QString::fromStdString(stored->get<std::string>()).trimmed();
+}
+
+void Settings::setLocalModelURL(const QString& url) {
+    m_store.setValue("localModelURL", url.trimmed().toStdString());
 }
 
 QStringList Settings::promptHistory() const {

@@ -13,13 +13,13 @@ namespace vellumix {
 /// What the editor's save split button does.
 enum class SaveMode { toDesktop, saveAs, saveProject };
 /// Who serves the assistant: the local model or one of the two cloud variants.
-enum class AIProvider { appleIntelligence, googleGeminiFlash, googleGeminiPro };
+enum class AIProvider { localModel, googleGeminiFlash, googleGeminiPro };
 
 template <> struct EnumNames<SaveMode> {
     static constexpr std::array<QStringView, 3> names{u"toDesktop", u"saveAs", u"saveProject"};
 };
 template <> struct EnumNames<AIProvider> {
-    static constexpr std::array<QStringView, 3> names{u"appleIntelligence", u"googleGeminiFlash",
+    static constexpr std::array<QStringView, 3> names{u"localModel", u"googleGeminiFlash",
                                                       u"googleGeminiPro"};
 };
 
@@ -29,6 +29,7 @@ public:
     static constexpr std::uint32_t defaultCaptureKeyCode = 22;
     static constexpr std::uint32_t defaultCaptureModifierFlags = 0x300; // command + shift
     static constexpr int promptHistoryLimit = 50;
+    static constexpr const char* defaultLocalModelURL = "http://127.0.0.1:8080";
 
     explicit Settings(DefaultsStore store);
     /// The application's settings, over the standard file.
@@ -57,8 +58,13 @@ public:
 
     SaveMode saveMode() const;
     void setSaveMode(SaveMode mode);
+    /// Earlier builds stored the local provider as "appleIntelligence"; it reads as localModel.
     AIProvider aiProvider() const;
     void setAIProvider(AIProvider provider);
+    /// The local model server's address, trimmed; an empty stored value turns the local model
+    /// off. Default `defaultLocalModelURL`.
+    QString localModelURL() const;
+    void setLocalModelURL(const QString& url);
 
     QStringList promptHistory() const;
     /// Appends a sent prompt: trimmed, never empty, no consecutive duplicates, the newest 50.

@@ -23,7 +23,7 @@ TEST(DecideRoute, TheClassifierWinsWhenItAnswers) {
               QueryRoute::annotationEdit);
     EXPECT_EQ(decideRoute(std::nullopt, QueryRoute::imageEdit), QueryRoute::imageEdit);
     EXPECT_EQ(decideRoute(std::nullopt, std::nullopt), QueryRoute::question);
-    EXPECT_EQ(routeLogLine(AIProvider::appleIntelligence, std::nullopt, QueryRoute::imageEdit,
+    EXPECT_EQ(routeLogLine(AIProvider::localModel, std::nullopt, QueryRoute::imageEdit,
                            QueryRoute::imageEdit, "sharpen"),
               QStringLiteral(
                   "[Vellumix] AI route: llm=nil fast=imageEdit → imageEdit  query=\"sharpen\""));
@@ -36,17 +36,41 @@ TEST(PromptField, ProviderKeyAndLocalModelDecide) {
     using A = LocalModelAvailability;
     EXPECT_EQ(promptFieldState(AIProvider::googleGeminiFlash, false, A::available),
               (PromptFieldState{false, "Provide your Gemini API key in Settings"}));
-    EXPECT_EQ(promptFieldState(AIProvider::googleGeminiPro, true, A::notReady),
+    EXPECT_EQ(promptFieldState(AIProvider::googleGeminiPro, true, A::loading),
               (PromptFieldState{true, "Ask Gemini (Nano Banana) Pro…"}));
-    EXPECT_EQ(promptFieldState(AIProvider::appleIntelligence, true, A::available),
-              (PromptFieldState{true, "Ask Apple Intelligence…"}));
-    EXPECT_EQ(promptFieldState(AIProvider::appleIntelligence, true, A::notEnabled),
-              (PromptFieldState{false, "Enable Apple Intelligence in Settings"}));
-    EXPECT_EQ(promptFieldState(AIProvider::appleIntelligence, true, A::otherUnavailable),
-              (PromptFieldState{false, "Apple Intelligence unavailable"}));
+    EXPECT_EQ(promptFieldState(AIProvider::localModel, false, A::available),
+              (PromptFieldState{true, "Ask the local model…"}));
+    EXPECT_EQ(promptFieldState(AIProvider::localModel, true, A::serverNotRunning),
+              (PromptFieldState{false, "Local model server not running"}));
+    EXPECT_EQ(promptFieldState(AIProvider::localModel, true, A::noModelLoaded),
+              (PromptFieldState{false, "No model loaded in the local server"}));
+    EXPECT_EQ(promptFieldState(AIProvider::localModel, true, A::loading),
+              (PromptFieldState{false, "Local model loading…"}));
+    EXPECT_EQ(
+        promptFieldState(AIProvider::localModel, true, A::notEnabled),
+        (PromptFieldState{false, "Start llama-server or Ollama, or set its address in Settings"}));
+    EXPECT_EQ(promptFieldState(AIProvider::localModel, true, A::otherUnavailable),
+              (PromptFieldState{false, "Local model unavailable"}));
+    EXPECT_EQ(providerTitle(AIProvider::localModel), QStringLiteral("Local model"));
     EXPECT_EQ(providerTitle(AIProvider::googleGeminiFlash),
               QStringLiteral("Google Gemini (Flash)"));
     EXPECT_TRUE(providerTips(AIProvider::googleGeminiPro).startsWith("**Google Gemini (Pro)**"));
+}
+
+TEST(ProviderTips, NameThisSystemsServerAndKeyring) {
+    EXPECT_TRUE(providerTips(AIProvider::localModel)
+                    .startsWith("**Local model** runs on your computer through a local "
+                                "OpenAI-compatible server (llama.cpp's llama-server or Ollama). "
+                                "It utilizes a smaller model"));
+    EXPECT_TRUE(providerTips(AIProvider::googleGeminiFlash)
+                    .endsWith("- Your key is stored in your desktop keyring (Secret Service)."));
+    EXPECT_TRUE(providerTips(AIProvider::googleGeminiPro)
+                    .contains("(single Gemini keyring entry); switching providers"));
+    for (AIProvider p :
+         {AIProvider::localModel, AIProvider::googleGeminiFlash, AIProvider::googleGeminiPro}) {
+        EXPECT_FALSE(providerTips(p).contains("macOS")) << rawValue(p).toStdString();
+        EXPECT_FALSE(providerTips(p).contains("Apple")) << rawValue(p).toStdString();
+    }
 }
 
 TEST(RequestTexts, DetectionBatchResponses) {

@@ -40,7 +40,8 @@ TEST_F(SettingsTest, EmptyStoreGivesEveryDefault) {
     EXPECT_FALSE(settings.retainLastStylePerType());
     EXPECT_EQ(settings.blankCanvasColor(), Color::black());
     EXPECT_EQ(settings.saveMode(), SaveMode::toDesktop);
-    EXPECT_EQ(settings.aiProvider(), AIProvider::appleIntelligence);
+    EXPECT_EQ(settings.aiProvider(), AIProvider::localModel);
+    EXPECT_EQ(settings.localModelURL(), QStringLiteral("http://127.0.0.1:8080"));
     EXPECT_TRUE(settings.promptHistory().isEmpty());
     EXPECT_TRUE(settings.externalBundles().isEmpty());
     EXPECT_FALSE(QFile::exists(path())); // reading writes nothing
@@ -123,4 +124,21 @@ TEST_F(SettingsTest, PromptHistorySkipsRepeatsAndKeepsTheNewestFifty) {
     ASSERT_EQ(history.size(), 50);
     EXPECT_EQ(history.front(), QStringLiteral("prompt 0"));
     EXPECT_EQ(history.back(), QStringLiteral("prompt 49"));
+}
+
+TEST_F(SettingsTest, LocalProviderAndServerAddress) {
+    // A choice stored by an earlier build keeps meaning the local model.
+    writeRaw(R"({"aiProvider":"appleIntelligence","localModelURL":"  http://10.0.0.2:9931 "})");
+    EXPECT_EQ(settings.aiProvider(), AIProvider::localModel);
+    EXPECT_EQ(settings.localModelURL(), QStringLiteral("http://10.0.0.2:9931"));
+
+    settings.setAIProvider(AIProvider::localModel);
+    settings.setLocalModelURL(QString());
+    const json file = json::parse(readRaw(path()).toStdString());
+    EXPECT_EQ(file["aiProvider"], "localModel");
+    EXPECT_EQ(file["localModelURL"], "");
+    EXPECT_EQ(settings.localModelURL(), QString()); // empty: the user turned it off
+
+    writeRaw(R"({"localModelURL":8080})");
+    EXPECT_EQ(settings.localModelURL(), QStringLiteral("http://127.0.0.1:8080"));
 }

@@ -1,0 +1,338 @@
+#include "ai/AIService.h"
+
+#include "FakeHttpServer.h"
+
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace vellumix;
+using namespace std::chrono_literals;
+using vellumix::test::FakeHttpServer;
+using Response = FakeHttpServer::Response;
+
+namespace {
+
+constexpr char modelList[] = R"({"object":"list","data":[{"id":"tiny-q4","object":"model"}]})";
+
+QByteArray completion(const QByteArray& escapedContent, const char* finish = "stop") {
+    return R"({"id":"chatcmpl-1","object":"chat.completion","choices":[{"index":0,"message":)"
+           R"({"role":"assistant","content":")" +
+           escapedContent + R"("},"finish_reason":")" + finish + R"("}]})";
+}
+
+QByteArray sse(const char* content, const char* finish = "null") {
+    return QByteArray(R"(data: {"object":"chat.completion.chunk","choices":[{"index":0,)"
+                      R"("delta":{"content":")") +
+           content + R"("},"finish_reason":)" + finish + "}]}\n\n";
+}
+
+// One readable line per event, joined, so a failing comparison shows what arrived.
+std::string describe(const QList<AIEvent>& events) {
+    QStringList lines;
+    for (const AIEvent& e : events) {
+        static const char* names[] = {"status", "text", "failed", "complete"};
+        lines << QString::fromLatin1(names[int(e.kind)]) +
+                     (e.text.isEmpty() ? QString() : QStringLiteral(": ") + e.text);
+    }
+    return lines.join(QStringLiteral(" | ")).toStdString();
+}
+
+class AIServiceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(server.start());
+        options.baseUrls = {server.baseUrl()};
+        options.log = [this](const QString& line) { logLines << line; };
+        options.requestTimeout = 5s;
+        options.probeTimeout = 2s;
+    }
+
+    /// The model list at /v1/models, `chat` for the chat endpoint.
+    void serve(Response chat, Response models = Response::json(200, modelList)) {
+        server.setHandler([chat, models](const FakeHttpServer::Request& request) {
+            return request.target == "/v1/models" ? models : chat;
+        });
+    }
+
+    AIService& service() {
+        if (!m_service) {
+            m_service = std::make_unique<AIService>(options);
+        }
+        return *m_service;
+    }
+
+    AIService::EventCallback record() {
+        return [this](const AIEvent& e) { events << e; };
+    }
+
+    bool awaitEnd(int ms = 5000) {
+        return QTest::qWaitFor(
+            [this] {
+                return !events.isEmpty() && (events.back().kind == AIEvent::Kind::complete ||
+                                             events.back().kind == AIEvent::Kind::failed);
+            },
+            ms);
+    }
+
+    QList<FakeHttpServer::Request> chatRequests() const {
+        QList<FakeHttpServer::Request> posts;
+        for (const auto& r : server.requests()) {
+            if (r.target == "/v1/chat/completions") {
+                posts << r;
+            }
+        }
+        return posts;
+    }
+
+    FakeHttpServer server;
+    AIService::Options options;
+    QStringList logLines;
+    QList<AIEvent> events;
+
+private:
+    std::unique_ptr<AIService> m_service;
+};
+
+const QString context = QStringLiteral("Image size: 4 × 3 px");
+
+} // namespace
+
+TEST_F(AIServiceTest, QuestionStreamsTheWholeTextSoFarAndSendsOneFreshConversation) {
+    Response stream;
+    stream.headers = {{"Content-Type", "text/event-stream"}};
+    // An event split across reads, a keep-alive ping between events.
+    const QByteArray first = sse("It is ");
+    stream.chunks = {first.left(30), first.mid(30) + ": ping\n\n", sse("a cat"),
+                     sse(".", "\"stop\""), "data: [DONE]\n\n"};
+    stream.chunkIntervalMs = 60;
+    serve(stream);
+    service().questionInstructionsText = QStringLiteral("Short answers.");
+
+    auto call = service().answerQuestion("What is it?", context, record());
+    ASSERT_TRUE(awaitEnd());
+    // Reads may merge, so how many updates arrive varies; each carries the whole text so far.
+    ASSERT_GE(events.size(), 5);
+    EXPECT_EQ(events.front(), AIEvent::status("Thinking…"));
+    QStringList texts;
+    for (const AIEvent& e : events.mid(1, events.size() - 3)) {
+        EXPECT_EQ(e.kind, AIEvent::Kind::textUpdated);
+        texts << e.text;
+    }
+    EXPECT_GE(texts.size(), 2);
+    for (const QString& text : texts) {
+        EXPECT_TRUE(QStringLiteral("It is a cat.").startsWith(text)) << text.toStdString();
+        EXPECT_TRUE(text.startsWith("It is ")) << text.toStdString();
+    }
+    EXPECT_EQ(texts.back(), QStringLiteral("It is a cat."));
+    EXPECT_EQ(describe(events.mid(events.size() - 2)), "status: Done | complete");
+    ASSERT_EQ(server.requests().size(), 2);
+    EXPECT_EQ(server.requests()[0].method, "GET");
+    EXPECT_EQ(server.requests()[0].target, "/v1/models");
+    const auto& post = server.requests()[1];
+    EXPECT_EQ(post.method, "POST");
+    EXPECT_EQ(post.target, "/v1/chat/completions");
+    EXPECT_EQ(post.header("Content-Type"), "application/json");
+    EXPECT_EQ(
+        post.body,
+        QByteArray(R"({"model":"tiny-q4","messages":[{"role":"system","content":"Short answers."},)"
+                   R"({"role":"user","content":"Canvas state:\nImage size: 4 × 3 px\n\n)"
+                   R"(User question:\nWhat is it?"}],"stream":true})"));
+    EXPECT_FALSE(call->isRunning());
+
+    // A second question carries nothing of the first answer.
+    events.clear();
+    auto second = service().answerQuestion("And the colour?", context, record());
+    ASSERT_TRUE(awaitEnd());
+    ASSERT_EQ(chatRequests().size(), 2);
+    EXPECT_FALSE(chatRequests()[1].body.contains("cat"));
+    EXPECT_TRUE(chatRequests()[1].body.contains(R"(User question:\nAnd the colour?"}])"));
+}
+
+TEST_F(AIServiceTest, MidStreamErrorsInBothFormsFailTheQuestion) {
+    Response current;
+    current.chunks = {
+        sse("Partial"),
+        R"(data: {"error":{"code":500,"message":"KV cache full","type":"server_error"}})"
+        "\n\n"};
+    serve(current);
+    auto call = service().answerQuestion("q", context, record());
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(describe(events), "status: Thinking… | text: Partial | failed: KV cache full");
+    EXPECT_EQ(logLines.back(),
+              QStringLiteral("[Vellumix] AI Q&A error: server_error — KV cache full"));
+
+    events.clear();
+    Response older;
+    older.chunks = {sse("P"), "error: {\"code\":500,\"type\":\"server_error\"}\n\n"};
+    serve(older);
+    auto second = service().answerQuestion("q", context, record());
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(
+        events.back(),
+        AIEvent::failure("Local model Q&A failed (server_error). Try rephrasing the prompt."));
+}
+
+TEST_F(AIServiceTest, ACutConnectionOrSilenceFailsTheStream) {
+    Response cut;
+    cut.body = sse("Half an ans");
+    cut.headers = {{"Content-Type", "text/event-stream"}};
+    cut.closeAfterBodyBytes = 20;
+    serve(cut);
+    auto call = service().answerQuestion("q", context, record());
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(events.back().kind, AIEvent::Kind::failed);
+    EXPECT_EQ(describe(events).find("complete"), std::string::npos);
+
+    events.clear();
+    options.requestTimeout = 300ms;
+    AIService impatient(options);
+    Response silent;
+    silent.neverAnswer = true;
+    serve(silent);
+    auto quiet = impatient.answerQuestion("q", context, record());
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(events.back(), AIEvent::failure("The local model server stopped answering."));
+}
+
+TEST_F(AIServiceTest, UnavailableServersFailAtOnceWithTheirLinuxWording) {
+    serve(
+        Response::json(200, completion("unused")),
+        Response::json(
+            503, R"({"error":{"code":503,"message":"Loading model","type":"unavailable_error"}})"));
+    auto loading = service().answerQuestion("q", context, record());
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(describe(events), "failed: Local model loading…");
+
+    events.clear();
+    serve(Response::json(200, completion("unused")), Response::json(200, R"({"data":[]})"));
+    auto empty = service().editImage("blur", context, record(), [](FilterDirectivePublic) {
+        ADD_FAILURE() << "no result without a model";
+    });
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(describe(events), "failed: No model loaded in the local server");
+    EXPECT_TRUE(chatRequests().isEmpty());
+
+    std::optional<LocalModelStatus> status;
+    auto check = service().checkAvailability([&](LocalModelStatus s) { status = s; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return status.has_value(); }, 5000));
+    EXPECT_EQ(status->availability, LocalModelAvailability::noModelLoaded);
+}
+
+TEST_F(AIServiceTest, NothingAnsweringTriesTheNextAddressThenGivesUp) {
+    FakeHttpServer gone;
+    ASSERT_TRUE(gone.start());
+    const QString deadUrl = gone.baseUrl();
+    gone.stop();
+
+    serve(Response::json(200, completion("unused")));
+    options.baseUrls = {deadUrl, server.baseUrl()};
+    std::optional<LocalModelStatus> status;
+    auto check = service().checkAvailability([&](LocalModelStatus s) { status = s; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return status.has_value(); }, 5000));
+    EXPECT_EQ(*status, (LocalModelStatus{LocalModelAvailability::available, "tiny-q4"}));
+
+    AIService::Options deadOnly = options;
+    deadOnly.baseUrls = {deadUrl};
+    AIService nobody(deadOnly);
+    auto call = nobody.answerQuestion("q", context, record());
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(describe(events), "failed: Local model server not running");
+    std::optional<std::optional<QueryRoute>> route;
+    auto classify = nobody.classify("sharpen", [&](std::optional<QueryRoute> r) { route = r; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return route.has_value(); }, 5000));
+    EXPECT_EQ(*route, std::nullopt);
+}
+
+TEST_F(AIServiceTest, AnnotationEditSendsTheSchemaAndDeliversTheDirective) {
+    serve(Response::json(
+        200,
+        completion(R"({\"shouldDraw\":true,\"operation\":\"create\",\"targetId\":\"\",)"
+                   R"(\"kind\":\"text\",\"shape\":\"\",\"x\":10,\"y\":20,\"width\":90,)"
+                   R"(\"height\":30,\"color\":\"\",\"fillColor\":\"\",\"lineWidth\":0,)"
+                   R"(\"cornerRadius\":-1,\"opacity\":-1,\"lineStyle\":\"\",\"text\":\"TODO\",)"
+                   R"(\"fontColor\":\"\",\"fontSize\":0,\"fontFamily\":\"\",)"
+                   R"(\"summary\":\"Placed TODO.\"})")));
+    std::optional<AICanvasDirectivePublic> directive;
+    auto call = service().editAnnotations("place TODO at 10,20", context, record(),
+                                          [&](AICanvasDirectivePublic d) { directive = d; });
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(describe(events), "status: Thinking… | status: Done | complete");
+    ASSERT_TRUE(directive.has_value());
+    EXPECT_EQ(directive->text, QStringLiteral("TODO"));
+    EXPECT_EQ(directive->width, 90);
+
+    ASSERT_EQ(chatRequests().size(), 1);
+    const auto body = nlohmann::json::parse(chatRequests()[0].body.toStdString());
+    EXPECT_EQ(body["stream"], false);
+    EXPECT_EQ(body["model"], "tiny-q4");
+    EXPECT_EQ(body["messages"][0]["content"],
+              service().annotationEditInstructionsText.toStdString());
+    EXPECT_EQ(body["messages"][1]["content"],
+              "Canvas state:\nImage size: 4 × 3 px\n\nUser request:\nplace TODO at 10,20");
+    EXPECT_EQ(body["response_format"]["type"], "json_schema");
+    EXPECT_EQ(body["response_format"]["json_schema"]["name"], "AICanvasDirective");
+}
+
+TEST_F(AIServiceTest, InvalidOrCutOffAnswersFailWithoutAResult) {
+    serve(Response::json(200, completion("I drew a box for you!")));
+    bool delivered = false;
+    auto call = service().editAnnotations("box it", context, record(),
+                                          [&](AICanvasDirectivePublic) { delivered = true; });
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(events.back(),
+              AIEvent::failure("The local model's answer is not a valid AICanvasDirective (not "
+                               "JSON)."));
+    EXPECT_EQ(logLines.back(),
+              QStringLiteral("[Vellumix] AI annotation-edit error: InvalidAnswer — The local "
+                             "model's answer is not a valid AICanvasDirective (not JSON)."));
+
+    events.clear();
+    serve(Response::json(200, completion(R"({\"shouldApply\":true,\"kind\":\"blu)", "length")));
+    auto cut = service().editImage("blur", context, record(),
+                                   [&](FilterDirectivePublic) { delivered = true; });
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(events.back().kind, AIEvent::Kind::failed);
+    EXPECT_TRUE(events.back().text.startsWith("The local model's answer was cut off"));
+
+    events.clear();
+    serve(Response::json(400, R"({"error":{"code":400,"message":"the request exceeds the )"
+                              R"(available context size","type":"exceed_context_size_error"}})"));
+    auto tooLong = service().editImage("blur", context, record(),
+                                       [&](FilterDirectivePublic) { delivered = true; });
+    ASSERT_TRUE(awaitEnd());
+    EXPECT_EQ(events.back(), AIEvent::failure("the request exceeds the available context size"));
+    EXPECT_FALSE(delivered);
+}
+
+TEST_F(AIServiceTest, ClassifierReadsTheRouteAndLogsFailures) {
+    serve(Response::json(200, completion(R"({\"route\":\"imageEdit\"})")));
+    std::optional<std::optional<QueryRoute>> route;
+    auto call = service().classify("make it pop", [&](std::optional<QueryRoute> r) { route = r; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return route.has_value(); }, 5000));
+    EXPECT_EQ(*route, QueryRoute::imageEdit);
+    const auto body = nlohmann::json::parse(chatRequests()[0].body.toStdString());
+    EXPECT_EQ(body["messages"][1]["content"], "make it pop");
+
+    route.reset();
+    serve(Response::json(200, completion(R"({\"route\":\"edit\"})")));
+    auto bad = service().classify("make it pop", [&](std::optional<QueryRoute> r) { route = r; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return route.has_value(); }, 5000));
+    EXPECT_EQ(*route, std::nullopt);
+    EXPECT_TRUE(logLines.back().startsWith(
+        "[Vellumix] LLM classify failed: The local model's answer is not a "
+        "valid QueryRoute ("));
+}
+
+TEST_F(AIServiceTest, CancellingStopsEveryCallback) {
+    Response silent;
+    silent.neverAnswer = true;
+    serve(silent);
+    auto call = service().answerQuestion("q", context, record());
+    ASSERT_TRUE(QTest::qWaitFor([this] { return chatRequests().size() == 1; }, 5000));
+    EXPECT_TRUE(call->isRunning());
+    call.reset();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return server.abandonedRequests() == 1; }, 5000));
+    QTest::qWait(50);
+    EXPECT_EQ(describe(events), "status: Thinking…");
+}
