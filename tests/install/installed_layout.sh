@@ -26,8 +26,10 @@ expected=(
   share/mime/packages/vellumix.xml
   share/metainfo/app.vellumix.Vellumix.metainfo.xml
   share/icons/hicolor/scalable/apps/vellumix.svg
-  share/man/man1/vellumix.1
-  share/man/man1/vellumix-bundle.1
+  share/man/man1/vellumix.1.gz
+  share/man/man1/vellumix-bundle.1.gz
+  share/doc/vellumix/copyright
+  share/doc/vellumix/changelog.gz
   share/bash-completion/completions/vellumix-bundle
 )
 for size in 16 22 24 32 48 64 128 256; do
@@ -47,7 +49,9 @@ done
 desktop-file-validate "$PREFIX/share/applications/vellumix.desktop" | grep -v '^.*: hint:' && fail "desktop file"
 appstreamcli validate --no-net "$PREFIX/share/metainfo/app.vellumix.Vellumix.metainfo.xml" >/dev/null ||
   fail "AppStream metadata"
-man -l "$PREFIX/share/man/man1/vellumix-bundle.1" 2>&1 >/dev/null | grep . && fail "man page warnings"
+for page in vellumix vellumix-bundle; do
+  man --warnings -l "$PREFIX/share/man/man1/$page.1.gz" 2>&1 >/dev/null | grep . && fail "$page(1) warnings"
+done
 bash -n "$PREFIX/share/bash-completion/completions/vellumix-bundle" || fail "completion script"
 echo "PASS: desktop file, metainfo, man pages and completion are valid"
 
