@@ -1,4 +1,5 @@
 #include "ai/AIService.h"
+#include "ai/GeminiService.h"
 #include "ai/Routing.h"
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
@@ -94,6 +95,18 @@ int main(int argc, char* argv[]) {
     auto localAvailability = vellumix::LocalModelAvailability::otherUnavailable;
     std::unique_ptr<vellumix::LocalModelCall> availabilityCheck;
     bool applyingCheck = false;
+    // The assistant's clients, shared by every window and kept beyond them.
+    vellumix::GeminiService gemini;
+    vellumix::EditorWindowController::setAssistantServices(
+        {&gemini, &localModel,
+         [&keychain]() -> std::optional<QString> {
+             const QString fromEnv = qEnvironmentVariable("VELLUMIX_GEMINI_API_KEY").trimmed();
+             if (!fromEnv.isEmpty()) {
+                 return fromEnv;
+             }
+             return vellumix::ApiKeyStore(keychain).apiKey();
+         },
+         [&opener] { opener.refreshPromptFields(); }});
     opener.promptFieldState = [&] {
         if (!hasApiKey) {
             hasApiKey = vellumix::ApiKeyStore(keychain).hasKey();

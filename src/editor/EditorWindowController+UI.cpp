@@ -4,6 +4,7 @@
 #include "EditorValueTables.h"
 #include "EditorWindowController.h"
 #include "SplitButtons.h"
+#include "ai/AIRequestFlow.h"
 #include "ai/Routing.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "canvas/AnnotationRenderer.h"
@@ -431,10 +432,10 @@ QWidget* EditorWindowController::buildAssistantGroup() {
     m_promptField->setMinimumWidth(120);
     m_promptField->setMaximumWidth(280);
     m_promptField->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    // The assistant's request flow is not wired up yet: the group is in place, inert.
+    // The field takes input once the app has told the window its state.
+    m_promptField->setEnabled(false);
     for (QWidget* part :
          std::initializer_list<QWidget*>{m_providerButton, m_infoButton, m_promptField}) {
-        part->setEnabled(false);
         row->addWidget(part);
     }
     return group;
@@ -521,7 +522,9 @@ void EditorWindowController::showControls(const EditorControls& c) {
 }
 
 void EditorWindowController::showPromptFieldState(const PromptFieldState& state) {
-    m_promptField->setEnabled(state.enabled);
+    m_promptState = state;
+    // A running request keeps the field until it ends; it then takes this state.
+    m_promptField->setEnabled(state.enabled && !(m_aiFlow && m_aiFlow->isRunning()));
     m_promptField->setPlaceholderText(state.placeholder);
 }
 

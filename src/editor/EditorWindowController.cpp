@@ -3,6 +3,8 @@
 #include "AnalysisCache.h"
 #include "CenteringClipView.h"
 #include "EditorModel.h"
+#include "ai/AIRequestFlow.h"
+#include "ai/RequestTexts.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "library/HistoryStore.h"
 #include "library/PresetMenu.h"
@@ -54,6 +56,7 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
     canvas.setAnnotationsWithoutUndo(std::move(document.initialAnnotations));
 
     buildInterface();
+    buildAssistant();
     connectActions();
     m_model->onControlsChanged = [this](const EditorControls& controls) { showControls(controls); };
     showControls(m_model->controls());
@@ -73,6 +76,8 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
 }
 
 EditorWindowController::~EditorWindowController() {
+    // A request still running is dropped before the canvas it works on.
+    m_aiFlow.reset();
     // The model detaches from the canvas's document before the canvas goes.
     m_model.reset();
 }
@@ -106,6 +111,8 @@ void EditorWindowController::discardAndClose() {
 
 void EditorWindowController::closeEvent(QCloseEvent* event) {
     if (!m_closed) {
+        // The answer of a request still running would come too late to be saved.
+        m_aiFlow->ownerClosed();
         m_closed = true;
         saveOnClose();
     }

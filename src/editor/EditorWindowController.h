@@ -22,8 +22,13 @@ class QToolButton;
 
 namespace vellumix {
 
+class AIOverlayView;
 class AIProviderButton;
+class AIRequestFlow;
+class AIService;
 class AnalysisCache;
+class GeminiService;
+class PromptHistoryBrowser;
 class AnnotationCanvasView;
 class CenteringClipView;
 class ColorWell;
@@ -61,6 +66,17 @@ struct EditorServices {
     HistoryStore* history = nullptr;
 };
 
+/// What the assistant in every editor window talks to; the app installs it once at start-up.
+struct AssistantServices {
+    GeminiService* gemini = nullptr;
+    AIService* localModel = nullptr;
+    /// The stored cloud key, read as a cloud request starts.
+    std::function<std::optional<QString>()> apiKey;
+    /// A window's provider menu changed the stored provider: every window's prompt field state
+    /// wants recomputing.
+    std::function<void()> providerChanged;
+};
+
 /// One editor window: the toolbar, the second bar, the canvas in its zoomable scroll view and
 /// the footer. Every rule lives in its EditorModel; the window turns widget signals into calls
 /// on it and shows the controls it reports.
@@ -84,6 +100,12 @@ public:
     /// The assistant's prompt field takes input or not and says why when empty; the app calls
     /// this when a window opens and whenever the key or the provider's availability changes.
     void showPromptFieldState(const PromptFieldState& state);
+
+    // --- Assistant (EditorWindowController+AI) ----------------------------------------------
+    static void setAssistantServices(AssistantServices services);
+    AIOverlayView* aiOverlayView() const { return m_aiOverlay; }
+    /// Called instead of the system beep when set (tests listen for it).
+    std::function<void()> onBeep;
     CenteringClipView* scrollView() const { return m_scrollView; }
     EditorModel& model() const { return *m_model; }
     const std::optional<QString>& bundlePath() const { return m_bundlePath; }
@@ -152,6 +174,17 @@ private:
     /// The picture being edited: the model's, which follows every change of the canvas's.
     const QImage& currentImage() const;
 
+    // +AI
+    void buildAssistant();
+    void submitAIQuery();
+    void stepPromptHistory(int direction);
+    void showAIProviderMenu();
+    void pickAIProvider(const QString& rawValue);
+    void showAIProviderTips();
+    void aiRequestFinished(bool emptyField);
+    bool promptFieldKey(int key);
+    void promptBeep();
+
     // Closing
     void saveOnClose();
 
@@ -218,6 +251,13 @@ private:
     AIProviderButton* m_providerButton = nullptr;
     QToolButton* m_infoButton = nullptr;
     QLineEdit* m_promptField = nullptr;
+
+    // Assistant
+    AIOverlayView* m_aiOverlay = nullptr;
+    std::unique_ptr<AIRequestFlow> m_aiFlow;
+    std::unique_ptr<PromptHistoryBrowser> m_promptHistory;
+    PromptFieldState m_promptState;
+    bool m_refocusPrompt = false;
 
     bool m_showingControls = false;
     double m_pinchStart = 1;

@@ -2,13 +2,22 @@
 
 #include "ai/AICanvasCommander.h"
 #include "ai/AIContext.h"
+#include "ai/AIRequestFlow.h"
+#include "ai/AIService.h"
+#include "ai/GeminiService.h"
+#include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationRenderer.h"
 #include "canvas/CanvasDocument.h"
+#include "imaging/ImageOperations.h"
+#include "library/Keychain.h"
 #include "model/CodableAnnotation.h"
-#include "bundle/ProjectBundle.h"
 #include "platform/BundleServices.h"
 #include "platform/FastPngEncoder.h"
+#include "platform/ImageFilters.h"
+#include "platform/SecretServiceKeychain.h"
+#include "platform/VisionAnalyzer.h"
 
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 
@@ -25,7 +34,8 @@ const char* const usageText =
     "       vellumix-bundle render BUNDLE OUT.png [--transparent] [--no-annotations]\n"
     "       vellumix-bundle apply BUNDLE DIRECTIVES.json\n"
     "       vellumix-bundle context BUNDLE --route question|annotationEdit|imageEdit "
-    "[--query TEXT] [--analysis ANALYSIS.json]";
+    "[--query TEXT] [--analysis ANALYSIS.json]\n"
+    "       vellumix-bundle ask BUNDLE QUERY [--provider gemini-flash|gemini-pro|local]";
 
 int fail(QTextStream& err, const QString& message) {
     err << "vellumix-bundle: " << message << Qt::endl;
@@ -253,6 +263,117 @@ int printContext(const QStringList& args, QTextStream& out, QTextStream& err) {
     return 0;
 }
 
+// The key the cloud provider needs: $VELLUMIX_GEMINI_API_KEY when set, else the keyring's.
+std::optional<QString> storedApiKey() {
+    const QString fromEnvironment = qEnvironmentVariable("VELLUMIX_GEMINI_API_KEY").trimmed();
+    if (!fromEnvironment.isEmpty()) {
+        return fromEnvironment;
+    }
+    SecretServiceKeychain keychain(ApiKeyStore::service);
+    return ApiKeyStore(keychain).apiKey();
+}
+
+int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
+    const QString bundlePath = args[0];
+    const QString query = args[1].trimmed();
+    AIProvider provider = Settings::shared().aiProvider();
+    for (qsizetype i = 2; i < args.size(); ++i) {
+        if (args[i] != u"--provider" || i + 1 >= args.size()) {
+            return usage(err);
+        }
+        const QString name = args[++i];
+        if (name == u"gemini-flash") {
+            provider = AIProvider::googleGeminiFlash;
+        } else if (name == u"gemini-pro") {
+            provider = AIProvider::googleGeminiPro;
+        } else if (name == u"local") {
+            provider = AIProvider::localModel;
+        } else {
+            return usage(err);
+        }
+    }
+    if (query.isEmpty()) {
+        return usage(err);
+    }
+    CanvasDocument canvas;
+    if (!loadCanvas(bundlePath, canvas, err)) {
+        return failure;
+    }
+    const QImage original = canvas.image();
+
+    // Console lines go to standard error: standard output carries only the answer.
+    const auto log = [&err](const QString& line) { err << line << Qt::endl; };
+    GeminiService::Options cloudOptions;
+    cloudOptions.baseUrl = GeminiService::defaultBaseUrl();
+    cloudOptions.log = log;
+    GeminiService gemini(cloudOptions);
+    AIService::Options localOptions;
+    localOptions.baseUrls = AIService::defaultBaseUrls();
+    localOptions.log = log;
+    AIService local(localOptions);
+    const QtFontCatalogue fonts;
+
+    AIRequestHost host;
+    host.canvas = [&canvas] { return &canvas; };
+    host.analysis = [&canvas](std::function<void(const VisionAnalysis&)> receiver) {
+        receiver(VisionAnalyzer::analyze(canvas.image()));
+    };
+    host.applyFilter = [&canvas](const QString& kind, double strength) {
+        const auto filtered = filters::applyFilter(canvas.image(), kind, strength);
+        if (!filtered) {
+            return false;
+        }
+        const QString name = kind.toLower();
+        canvas.replaceImage(
+            *filtered, canvas.annotations(),
+            QStringLiteral("Apply %1 (AI)").arg(name.left(1).toUpper() + name.mid(1)));
+        return true;
+    };
+    host.replaceImage = [&canvas](const QImage& image) {
+        QImage normalized = image;
+        normalized.setDevicePixelRatio(1);
+        canvas.replaceImage(
+            normalized,
+            imageops::mapToNewImage(canvas.annotations(), canvas.image().size(), image.size()),
+            QStringLiteral("Gemini Edit"));
+    };
+    QString answer;
+    std::optional<QString> failedWith;
+    QEventLoop loop;
+    AIRequestListener listener;
+    listener.response = [&answer](const QString& text) { answer = text; };
+    listener.failed = [&failedWith](const QString& text) { failedWith = text; };
+    listener.finished = [&loop](bool) { loop.quit(); };
+    AIRequestFlow flow({&gemini, &local, &fonts, log}, host, listener);
+
+    flow.start(provider, query, isCloudProvider(provider) ? storedApiKey() : std::nullopt);
+    if (flow.isRunning()) {
+        loop.exec();
+    }
+    if (failedWith) {
+        err << *failedWith << Qt::endl;
+        return failure;
+    }
+    if (canvas.undoStack().count() > 0) {
+        const BundleServices services = platformBundleServices();
+        Status saved = canvas.image() == original
+                           ? Status(std::monostate())
+                           : bundle::refreshImage(canvas.image(), bundlePath, services);
+        if (saved) {
+            saved = bundle::writeAnnotations(canvas.annotations(), bundlePath, services);
+        }
+        if (saved) {
+            saved =
+                bundle::writePreviews(canvas.image(), canvas.annotations(), bundlePath, services);
+        }
+        if (!saved) {
+            return fail(err, QStringLiteral("Save failed: ") + saved.error().message);
+        }
+    }
+    out << answer << Qt::endl;
+    return 0;
+}
+
 } // namespace
 
 int runBundleTool(const QStringList& arguments, QTextStream& out, QTextStream& err) {
@@ -272,6 +393,9 @@ int runBundleTool(const QStringList& arguments, QTextStream& out, QTextStream& e
     }
     if (command == u"apply" && args.size() == 2) {
         return applyDirectives(args[0], args[1], out, err);
+    }
+    if (command == u"ask" && args.size() >= 2) {
+        return ask(args, out, err);
     }
     if (command == u"context" && args.size() >= 3) {
         return printContext(args, out, err);

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "ai/Routing.h"
+#include "ai/VisionAnalysis.h"
+#include "library/Settings.h"
+
+#include <QImage>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace vellumix {
+
+class AIService;
+class CanvasDocument;
+class FontCatalogue;
+class GeminiService;
+
+/// What a request works on: the canvas and the operations of its owner (the editor window, or
+/// the bundle command).
+struct AIRequestHost {
+    /// The canvas; null once its owner has gone (the answer then changes nothing).
+    std::function<CanvasDocument*()> canvas;
+    /// Delivers the image analysis, at once or later, on the calling thread.
+    std::function<void(std::function<void(const VisionAnalysis&)>)> analysis;
+    /// A named filter at a strength as one undo step; false for an unknown kind.
+    std::function<bool(const QString& kind, double strength)> applyFilter;
+    /// The cloud's edited picture replaces the image as one undo step.
+    std::function<void(const QImage& image)> replaceImage;
+};
+
+/// What a request reports, in the order it happens. Every member is optional.
+struct AIRequestListener {
+    std::function<void(const QString&)> status;
+    std::function<void(const QString&)> meta;
+    /// The answer so far (markdown), or the final response text.
+    std::function<void(const QString&)> response;
+    /// The request failed; the message is shown as plain text.
+    std::function<void(const QString&)> failed;
+    /// The request has ended (after `failed` or the final status). `emptyField` is true after a
+    /// cloud detection batch, whose prompt has been used up.
+    std::function<void(bool emptyField)> finished;
+};
+
+/// One assistant request at a time: analysis, routing, context, the provider's client and
+/// applying its answer. Starting a request cancels the running one; destroying the flow cancels
+/// it without another report. Lives on the thread whose event loop runs the clients.
+class AIRequestFlow {
+public:
+    struct Clients {
+        GeminiService* gemini = nullptr;
+        AIService* local = nullptr;
+        const FontCatalogue* fonts = nullptr;
+        /// Receives the route and context lines; standard output when empty.
+        std::function<void(const QString&)> log;
+    };
+
+    AIRequestFlow(Clients clients, AIRequestHost host, AIRequestListener listener);
+    ~AIRequestFlow();
+    AIRequestFlow(const AIRequestFlow&) = delete;
+    AIRequestFlow& operator=(const AIRequestFlow&) = delete;
+
+    /// Runs `query` with `provider`; `apiKey` is the stored cloud key, if any.
+    void start(AIProvider provider, const QString& query, const std::optional<QString>& apiKey);
+    /// Stops the running request; nothing more is reported for it.
+    void cancel();
+    /// The owner is going: a running request ends with "Editor closed." and changes nothing.
+    void ownerClosed();
+    bool isRunning() const;
+
+    static QString classifyingMeta();
+
+private:
+    struct Run;
+    void runLocal(const std::shared_ptr<Run>& run);
+    void runCloud(const std::shared_ptr<Run>& run);
+    void localRequest(const std::shared_ptr<Run>& run, QueryRoute route,
+                      std::optional<VisionAnalysis> analysis);
+    void cloudRequest(const std::shared_ptr<Run>& run, QueryRoute route);
+    void applyDirective(const std::shared_ptr<Run>& run, const AICanvasDirectivePublic& d);
+    void log(const QString& line) const;
+    QString contextFor(QueryRoute route, const std::optional<VisionAnalysis>& analysis,
+                       const QString& query) const;
+    void classified();
+    void fail(const std::shared_ptr<Run>& run, const QString& message);
+    void finish(const std::shared_ptr<Run>& run, bool emptyField);
+
+    Clients m_clients;
+    AIRequestHost m_host;
+    AIRequestListener m_listener;
+    std::shared_ptr<Run> m_run;
+};
+
+} // namespace vellumix

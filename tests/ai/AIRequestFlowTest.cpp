@@ -1,0 +1,457 @@
+#include "ai/AIRequestFlow.h"
+
+#include "BundleTool.h"
+#include "FakeHttpServer.h"
+#include "ai/AIService.h"
+#include "ai/GeminiService.h"
+#include "bundle/ProjectBundle.h"
+#include "canvas/CanvasDocument.h"
+#include "model/AnnotationGeometry.h"
+#include "model/Fonts.h"
+
+#include <QBuffer>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace vellumix;
+using namespace std::chrono_literals;
+using vellumix::test::FakeHttpServer;
+using Response = FakeHttpServer::Response;
+
+namespace {
+
+constexpr char modelList[] = R"({"object":"list","data":[{"id":"tiny-q4","object":"model"}]})";
+
+QByteArray completion(const QByteArray& escapedContent) {
+    return R"({"object":"chat.completion","choices":[{"index":0,"message":{"role":"assistant",)"
+           R"("content":")" +
+           escapedContent + R"("},"finish_reason":"stop"}]})";
+}
+
+QByteArray sse(const char* content, const char* finish = "null") {
+    return QByteArray(R"(data: {"object":"chat.completion.chunk","choices":[{"index":0,)"
+                      R"("delta":{"content":")") +
+           content + R"("},"finish_reason":)" + finish + "}]}\n\n";
+}
+
+QByteArray geminiText(const QByteArray& escapedText) {
+    return R"({"candidates":[{"content":{"parts":[{"text":")" + escapedText +
+           R"("}],"role":"model"},"finishReason":"STOP","index":0}],)"
+           R"("usageMetadata":{"promptTokenCount":1301,"candidatesTokenCount":11,)"
+           R"("totalTokenCount":1350},"modelVersion":"gemini-3.5-flash"})";
+}
+
+QByteArray pngBase64(QSize size, QColor color) {
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(color);
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return png.toBase64();
+}
+
+struct Events {
+    QStringList statuses;
+    QStringList metas;
+    QStringList responses;
+    QStringList failures;
+    QList<bool> finished;
+};
+
+class AIRequestFlowTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(local.start());
+        ASSERT_TRUE(cloud.start());
+        QImage image(400, 300, QImage::Format_ARGB32);
+        image.fill(Qt::white);
+        canvas.setImage(image);
+
+        AIService::Options localOptions;
+        localOptions.baseUrls = {local.baseUrl()};
+        localOptions.log = [this](const QString& line) { logLines << line; };
+        localService = std::make_unique<AIService>(localOptions);
+        GeminiService::Options cloudOptions;
+        cloudOptions.baseUrl = cloud.baseUrl();
+        cloudOptions.log = [this](const QString& line) { logLines << line; };
+        geminiService = std::make_unique<GeminiService>(cloudOptions);
+
+        AIRequestHost host;
+        host.canvas = [this] { return hostGone ? nullptr : &canvas; };
+        host.analysis = [this](std::function<void(const VisionAnalysis&)> receiver) {
+            ++analyses;
+            VisionAnalysis analysis;
+            analysis.lines.push_back({QStringLiteral("Total $42"), QRectF(10, 10, 80, 12)});
+            receiver(analysis);
+        };
+        host.applyFilter = [this](const QString& kind, double strength) {
+            filters << QStringLiteral("%1 %2").arg(kind).arg(strength);
+            return kind == u"sharpen";
+        };
+        host.replaceImage = [this](const QImage& image) { replaced = image; };
+        AIRequestListener listener;
+        listener.status = [this](const QString& s) { events.statuses << s; };
+        listener.meta = [this](const QString& s) { events.metas << s; };
+        listener.response = [this](const QString& s) { events.responses << s; };
+        listener.failed = [this](const QString& s) { events.failures << s; };
+        listener.finished = [this](bool empty) { events.finished << empty; };
+        flow = std::make_unique<AIRequestFlow>(
+            AIRequestFlow::Clients{geminiService.get(), localService.get(), &fonts,
+                                   [this](const QString& line) { logLines << line; }},
+            host, listener);
+    }
+
+    // The local server: the model list, the classifier's route, then `chat` for the request.
+    void serveLocal(const char* route, Response chat) {
+        local.setHandler([route, chat](const FakeHttpServer::Request& request) {
+            if (request.target == "/v1/models") {
+                return Response::json(200, modelList);
+            }
+            if (request.body.contains(R"("name":"QueryRoute")")) {
+                return Response::json(
+                    200, completion(QByteArray(R"({\"route\":\")") + route + R"(\"})"));
+            }
+            return chat;
+        });
+    }
+
+    // The cloud: the classifier's word, then `answer` for the request.
+    void serveCloud(const char* mode, Response answer) {
+        cloud.setHandler([mode, answer](const FakeHttpServer::Request& request) {
+            if (request.body.contains(R"("enum":["question","imageEdit","annotationEdit"])")) {
+                return Response::json(200, geminiText(QByteArray(R"(\")") + mode + R"(\")"));
+            }
+            return answer;
+        });
+    }
+
+    bool awaitFinish(int ms = 5000) {
+        return QTest::qWaitFor([this] { return !events.finished.isEmpty(); }, ms);
+    }
+
+    FakeHttpServer local;
+    FakeHttpServer cloud;
+    CanvasDocument canvas;
+    QtFontCatalogue fonts;
+    std::unique_ptr<AIService> localService;
+    std::unique_ptr<GeminiService> geminiService;
+    std::unique_ptr<AIRequestFlow> flow;
+    Events events;
+    QStringList logLines;
+    QStringList filters;
+    std::optional<QImage> replaced;
+    int analyses = 0;
+    bool hostGone = false;
+};
+
+const QString key = QStringLiteral("k-123");
+
+// The newest of `list`, or a marker that shows in the failure message.
+QString last(const QStringList& list) {
+    return list.isEmpty() ? QStringLiteral("<none>") : list.back();
+}
+
+} // namespace
+
+TEST_F(AIRequestFlowTest, LocalQuestionIsRoutedLoggedAndStreamed) {
+    Response stream;
+    stream.headers = {{"Content-Type", "text/event-stream"}};
+    stream.chunks = {sse("It says "), sse("Total $42.", "\"stop\""), "data: [DONE]\n\n"};
+    stream.chunkIntervalMs = 40;
+    serveLocal("question", stream);
+
+    flow->start(AIProvider::localModel, QStringLiteral("What does the label say?"), std::nullopt);
+    EXPECT_TRUE(flow->isRunning());
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_FALSE(flow->isRunning());
+
+    EXPECT_EQ(events.statuses.front(), "Analyzing image…");
+    EXPECT_EQ(events.statuses.back(), "Done");
+    // The classifying note goes once the route is known.
+    EXPECT_EQ(events.metas, QStringList({"_» Classifying your prompt…_", ""}));
+    ASSERT_GE(events.responses.size(), 1);
+    EXPECT_EQ(last(events.responses), "It says Total $42.");
+    EXPECT_TRUE(events.failures.isEmpty());
+    EXPECT_EQ(events.finished, QList<bool>{false});
+    EXPECT_EQ(analyses, 1);
+
+    EXPECT_TRUE(logLines.contains("[Vellumix] AI route: llm=question fast=question → question  "
+                                  "query=\"What does the label say?\""));
+    // The question's context carries the recognised text.
+    const auto context = std::find_if(logLines.begin(), logLines.end(), [](const QString& l) {
+        return l.startsWith("[Vellumix] AI context (question):");
+    });
+    ASSERT_NE(context, logLines.end());
+    EXPECT_TRUE(context->contains("Total $42"));
+    const auto chat = local.requests().back();
+    EXPECT_TRUE(chat.body.contains("Total $42"));
+    EXPECT_TRUE(chat.body.contains("What does the label say?"));
+}
+
+TEST_F(AIRequestFlowTest, LocalAnnotationEditIsOneUndoStepAndARefusalChangesNothing) {
+    serveLocal("annotationEdit",
+               Response::json(
+                   200, completion(R"({\"shouldDraw\":true,\"operation\":\"create\",)"
+                                   R"(\"targetId\":\"\",\"kind\":\"shape\",\"shape\":\"rect\",)"
+                                   R"(\"x\":10,\"y\":20,\"width\":90,\"height\":30,)"
+                                   R"(\"color\":\"green\",\"fillColor\":\"\",\"lineWidth\":0,)"
+                                   R"(\"cornerRadius\":-1,\"opacity\":-1,\"lineStyle\":\"\",)"
+                                   R"(\"text\":\"\",\"fontColor\":\"\",\"fontSize\":0,)"
+                                   R"(\"fontFamily\":\"\",\"summary\":\"Boxed the total.\"})")));
+    // The classifier's answer wins over the heuristic's question.
+    flow->start(AIProvider::localModel, QStringLiteral("is the total boxed? box it"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_TRUE(logLines.contains("[Vellumix] AI route: llm=annotationEdit fast=question → "
+                                  "annotationEdit  query=\"is the total boxed? box it\""));
+    EXPECT_EQ(last(events.responses), "Boxed the total.");
+    ASSERT_EQ(canvas.annotations().size(), 1u);
+    // Image pixel (10, 20) is canvas point (30, 40).
+    EXPECT_EQ(geometry::bounds(canvas.annotations()[0]), QRectF(30, 40, 90, 30));
+    EXPECT_EQ(canvas.undoStack().count(), 1);
+    EXPECT_TRUE(canvas.undoStack().undoText().endsWith(" (AI)"))
+        << canvas.undoStack().undoText().toStdString();
+
+    events = {};
+    serveLocal(
+        "annotationEdit",
+        Response::json(200, completion(R"({\"shouldDraw\":false,\"operation\":\"create\",)"
+                                       R"(\"targetId\":\"\",\"kind\":\"shape\",\"shape\":\"\",)"
+                                       R"(\"x\":0,\"y\":0,\"width\":0,\"height\":0,)"
+                                       R"(\"color\":\"\",\"fillColor\":\"\",\"lineWidth\":0,)"
+                                       R"(\"cornerRadius\":-1,\"opacity\":-1,\"lineStyle\":\"\",)"
+                                       R"(\"text\":\"\",\"fontColor\":\"\",\"fontSize\":0,)"
+                                       R"(\"fontFamily\":\"\",\"summary\":\"Which box?\"})")));
+    flow->start(AIProvider::localModel, QStringLiteral("recolor the box"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(last(events.responses), "Which box?");
+    EXPECT_EQ(canvas.annotations().size(), 1u);
+    EXPECT_EQ(canvas.undoStack().count(), 1);
+}
+
+TEST_F(AIRequestFlowTest, LocalFilterGoesThroughTheImageOperationWithoutTheAnalysis) {
+    serveLocal("imageEdit", Response::json(200, completion(R"({\"shouldApply\":true,)"
+                                                           R"(\"kind\":\"sharpen\",)"
+                                                           R"(\"strength\":0.5,)"
+                                                           R"(\"summary\":\"Sharpened.\"})")));
+    flow->start(AIProvider::localModel, QStringLiteral("sharpen"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(filters, QStringList{"sharpen 0.5"});
+    EXPECT_EQ(last(events.responses), "Sharpened.");
+    EXPECT_FALSE(local.requests().back().body.contains("Total $42"));
+
+    events = {};
+    serveLocal("imageEdit", Response::json(200, completion(R"({\"shouldApply\":true,)"
+                                                           R"(\"kind\":\"blur\",)"
+                                                           R"(\"strength\":1,)"
+                                                           R"(\"summary\":\"Blurred.\"})")));
+    flow->start(AIProvider::localModel, QStringLiteral("blur"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(last(events.responses), "Couldn't apply 'blur' — Blurred.")
+        << events.failures.join("|").toStdString();
+}
+
+TEST_F(AIRequestFlowTest, LocalFailuresEndTheRequestWithTheirMessage) {
+    serveLocal("question", Response::json(500, R"({"error":{"message":"out of memory",)"
+                                               R"("type":"server_error"}})"));
+    flow->start(AIProvider::localModel, QStringLiteral("what is this"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(events.failures, QStringList{"out of memory"});
+    EXPECT_EQ(events.finished, QList<bool>{false});
+}
+
+TEST_F(AIRequestFlowTest, CloudDetectionBatchIsOneStepWithItsTextAndMetaLine) {
+    serveCloud(
+        "annotationEdit",
+        Response::json(
+            200,
+            geminiText(R"([{\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":10,)"
+                       R"(\"y\":10,\"width\":100,\"height\":20,\"summary\":\"title\"},)"
+                       R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":10,)"
+                       R"(\"y\":50,\"width\":60,\"height\":20,\"summary\":\"button\"},)"
+                       R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"oval\",\"x\":200,)"
+                       R"(\"y\":100,\"width\":50,\"height\":50,\"summary\":\"\"}])")));
+    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("box every control"), key);
+    ASSERT_TRUE(awaitFinish());
+    ASSERT_TRUE(events.failures.isEmpty()) << events.failures.join("|").toStdString();
+    EXPECT_EQ(last(events.responses), "Drew 3 shapes: title, button, object.");
+    EXPECT_EQ(events.finished, QList<bool>{true});
+    EXPECT_EQ(events.statuses.front(), "Classifying your prompt…");
+    EXPECT_EQ(events.statuses.back(), "Done");
+    ASSERT_EQ(events.metas.size(), 3);
+    EXPECT_EQ(events.metas[0], "_» Classifying your prompt…_");
+    EXPECT_EQ(events.metas[1], "");
+    EXPECT_TRUE(
+        events.metas[2].startsWith("gemini-3.5-flash: 1,350 tokens (1,301 in + 11 out) · ↓ "))
+        << events.metas[2].toStdString();
+    EXPECT_TRUE(logLines.contains("[Vellumix] Gemini route: llm=annotationEdit fast=nil → "
+                                  "annotationEdit  query=\"box every control\""));
+    EXPECT_EQ(canvas.annotations().size(), 3u);
+    EXPECT_EQ(canvas.undoStack().count(), 1);
+    canvas.undoStack().undo();
+    EXPECT_TRUE(canvas.annotations().empty());
+    // The detection prompt has no text lines: the analysis is not waited for.
+    EXPECT_EQ(analyses, 0);
+    EXPECT_FALSE(cloud.requests().back().body.contains("Total $42"));
+}
+
+TEST_F(AIRequestFlowTest, CloudImageEditHandsTheImageOverAndQuestionsReadTheAnalysis) {
+    serveCloud("imageEdit",
+               Response::json(200, R"({"candidates":[{"content":{"parts":[{"inlineData":)"
+                                   R"({"mimeType":"image/png","data":")" +
+                                       pngBase64(QSize(3, 2), Qt::red) +
+                                       R"("}}],"role":"model"},"finishReason":"STOP"}]})"));
+    flow->start(AIProvider::googleGeminiPro, QStringLiteral("make it a watercolor"), key);
+    ASSERT_TRUE(awaitFinish());
+    ASSERT_TRUE(replaced.has_value());
+    EXPECT_EQ(replaced->size(), QSize(3, 2));
+    EXPECT_TRUE(cloud.requests().back().target.contains("gemini-3-pro-image"));
+    EXPECT_TRUE(last(events.metas).startsWith("gemini-3-pro-image: image · ↓ "))
+        << last(events.metas).toStdString();
+
+    events = {};
+    serveCloud("question", Response::json(200, geminiText("A receipt.")));
+    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("what is this?"), key);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(last(events.responses), "A receipt.");
+    EXPECT_EQ(analyses, 1);
+    EXPECT_TRUE(cloud.requests().back().body.contains("Total $42"));
+}
+
+TEST_F(AIRequestFlowTest, CloudFailuresShowTheClientsTexts) {
+    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("what is this?"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(events.failures, QStringList{"Gemini API key missing. Add one in Settings."});
+    EXPECT_TRUE(cloud.requests().isEmpty());
+
+    events = {};
+    serveCloud("question", Response::json(503, "busy"));
+    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("what is this?"), key);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(events.failures, QStringList{"Gemini API error 503: busy"});
+    EXPECT_TRUE(events.responses.isEmpty());
+}
+
+TEST_F(AIRequestFlowTest, ANewRequestCancelsTheRunningOneAndClosingEndsIt) {
+    Response slow = Response::json(200, geminiText("first"));
+    slow.delayMs = 400;
+    serveCloud("question", slow);
+    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("what is first?"), key);
+    QTest::qWait(50);
+    serveCloud("question", Response::json(200, geminiText("second")));
+    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("what is second?"), key);
+    ASSERT_TRUE(awaitFinish());
+    QTest::qWait(600);
+    EXPECT_EQ(events.responses, QStringList{"second"});
+    EXPECT_EQ(events.finished.size(), 1);
+
+    events = {};
+    Response never;
+    never.neverAnswer = true;
+    serveLocal("question", never);
+    flow->start(AIProvider::localModel, QStringLiteral("what now?"), std::nullopt);
+    QTest::qWait(100);
+    flow->ownerClosed();
+    EXPECT_EQ(events.responses, QStringList{"Editor closed."});
+    EXPECT_EQ(events.finished.size(), 1);
+    EXPECT_FALSE(flow->isRunning());
+}
+
+TEST_F(AIRequestFlowTest, AnAnswerArrivingAfterTheOwnerWentChangesNothing) {
+    Response late = Response::json(
+        200, geminiText(R"([{\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",)"
+                        R"(\"x\":10,\"y\":10,\"width\":100,\"height\":20,\"summary\":\"t\"}])"));
+    late.delayMs = 200;
+    serveCloud("annotationEdit", late);
+    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("box the title"), key);
+    QTest::qWait(50);
+    hostGone = true;
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(events.responses, QStringList{"Editor closed."});
+    EXPECT_TRUE(canvas.annotations().empty());
+}
+
+namespace {
+
+struct ToolRun {
+    int status;
+    QString out;
+    QString err;
+};
+
+ToolRun runTool(const QStringList& args) {
+    QString out;
+    QString err;
+    QTextStream outStream(&out);
+    QTextStream errStream(&err);
+    const int status = runBundleTool(args, outStream, errStream);
+    return {status, out, err};
+}
+
+} // namespace
+
+// The command runs the same flow on a bundle, with the clients' addresses from the environment.
+TEST_F(AIRequestFlowTest, AskCommandAppliesTheAnswerToTheBundleAndReportsFailures) {
+    QTemporaryDir dir;
+    QImage image(200, 100, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    ASSERT_TRUE(image.save(dir.filePath("shot.png")));
+    const QString bundlePath = dir.filePath("shot.vellumix");
+    ASSERT_EQ(runTool({"create", dir.filePath("shot.png"), bundlePath}).status, 0);
+    qputenv("VELLUMIX_GEMINI_BASE_URL", cloud.baseUrl().toUtf8());
+    qputenv("VELLUMIX_GEMINI_API_KEY", "k-env");
+    qputenv("VELLUMIX_LOCAL_MODEL_URL", local.baseUrl().toUtf8());
+
+    serveCloud("annotationEdit",
+               Response::json(200, geminiText(R"([{\"shouldDraw\":true,\"kind\":\"shape\",)"
+                                              R"(\"shape\":\"rect\",\"x\":10,\"y\":10,)"
+                                              R"(\"width\":100,\"height\":20,)"
+                                              R"(\"summary\":\"title\"},)"
+                                              R"({\"shouldDraw\":true,\"kind\":\"shape\",)"
+                                              R"(\"shape\":\"oval\",\"x\":20,\"y\":50,)"
+                                              R"(\"width\":40,\"height\":30,)"
+                                              R"(\"summary\":\"button\"}])")));
+    const ToolRun drawn =
+        runTool({"ask", bundlePath, "box every control", "--provider", "gemini-flash"});
+    EXPECT_EQ(drawn.status, 0) << drawn.err.toStdString();
+    EXPECT_EQ(drawn.out, "Drew 2 shapes: title, button.\n");
+    EXPECT_EQ(cloud.requests().back().header("x-goog-api-key"), "k-env");
+    const AnnotationList stored = bundle::loadAnnotations(bundlePath);
+    ASSERT_EQ(stored.size(), 2u);
+    EXPECT_EQ(geometry::bounds(stored[1]), QRectF(40, 70, 40, 30));
+
+    // A cloud image edit rewrites the bundle's picture.
+    serveCloud("imageEdit",
+               Response::json(200, R"({"candidates":[{"content":{"parts":[{"inlineData":)"
+                                   R"({"mimeType":"image/png","data":")" +
+                                       pngBase64(QSize(100, 50), Qt::blue) +
+                                       R"("}}],"role":"model"},"finishReason":"STOP"}]})"));
+    const ToolRun edited =
+        runTool({"ask", bundlePath, "make it look like night", "--provider", "gemini-pro"});
+    EXPECT_EQ(edited.status, 0) << edited.err.toStdString();
+    const QImage stored2 = bundle::readImage(bundlePath);
+    EXPECT_EQ(stored2.size(), QSize(100, 50));
+    EXPECT_EQ(stored2.pixelColor(5, 5), QColor(Qt::blue));
+
+    serveCloud("question", Response::json(503, "busy"));
+    const ToolRun refused =
+        runTool({"ask", bundlePath, "what is this?", "--provider", "gemini-flash"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(refused.out.isEmpty());
+    EXPECT_TRUE(refused.err.endsWith("Gemini API error 503: busy\n")) << refused.err.toStdString();
+
+    Response stream;
+    stream.headers = {{"Content-Type", "text/event-stream"}};
+    stream.chunks = {sse("Two "), sse("shapes.", "\"stop\""), "data: [DONE]\n\n"};
+    serveLocal("question", stream);
+    const ToolRun answered = runTool({"ask", bundlePath, "what is drawn?", "--provider", "local"});
+    EXPECT_EQ(answered.status, 0) << answered.err.toStdString();
+    EXPECT_EQ(answered.out, "Two shapes.\n");
+
+    EXPECT_EQ(runTool({"ask", bundlePath, "hi", "--provider", "apple"}).status, 2);
+    qunsetenv("VELLUMIX_GEMINI_BASE_URL");
+    qunsetenv("VELLUMIX_GEMINI_API_KEY");
+    qunsetenv("VELLUMIX_LOCAL_MODEL_URL");
+}
