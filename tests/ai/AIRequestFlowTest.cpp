@@ -2,6 +2,7 @@
 
 #include "BundleTool.h"
 #include "FakeHttpServer.h"
+#include "FakeModelAnswers.h"
 #include "ai/AIService.h"
 #include "ai/GeminiService.h"
 #include "bundle/ProjectBundle.h"
@@ -22,36 +23,7 @@ using Response = FakeHttpServer::Response;
 
 namespace {
 
-constexpr char modelList[] = R"({"object":"list","data":[{"id":"tiny-q4","object":"model"}]})";
-
-QByteArray completion(const QByteArray& escapedContent) {
-    return R"({"object":"chat.completion","choices":[{"index":0,"message":{"role":"assistant",)"
-           R"("content":")" +
-           escapedContent + R"("},"finish_reason":"stop"}]})";
-}
-
-QByteArray sse(const char* content, const char* finish = "null") {
-    return QByteArray(R"(data: {"object":"chat.completion.chunk","choices":[{"index":0,)"
-                      R"("delta":{"content":")") +
-           content + R"("},"finish_reason":)" + finish + "}]}\n\n";
-}
-
-QByteArray geminiText(const QByteArray& escapedText) {
-    return R"({"candidates":[{"content":{"parts":[{"text":")" + escapedText +
-           R"("}],"role":"model"},"finishReason":"STOP","index":0}],)"
-           R"("usageMetadata":{"promptTokenCount":1301,"candidatesTokenCount":11,)"
-           R"("totalTokenCount":1350},"modelVersion":"gemini-3.5-flash"})";
-}
-
-QByteArray pngBase64(QSize size, QColor color) {
-    QImage image(size, QImage::Format_ARGB32);
-    image.fill(color);
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return png.toBase64();
-}
+using namespace vellumix::test;
 
 struct Events {
     QStringList statuses;

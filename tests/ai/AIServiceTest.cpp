@@ -1,6 +1,7 @@
 #include "ai/AIService.h"
 
 #include "FakeHttpServer.h"
+#include "FakeModelAnswers.h"
 
 #include <QTest>
 
@@ -13,19 +14,7 @@ using Response = FakeHttpServer::Response;
 
 namespace {
 
-constexpr char modelList[] = R"({"object":"list","data":[{"id":"tiny-q4","object":"model"}]})";
-
-QByteArray completion(const QByteArray& escapedContent, const char* finish = "stop") {
-    return R"({"id":"chatcmpl-1","object":"chat.completion","choices":[{"index":0,"message":)"
-           R"({"role":"assistant","content":")" +
-           escapedContent + R"("},"finish_reason":")" + finish + R"("}]})";
-}
-
-QByteArray sse(const char* content, const char* finish = "null") {
-    return QByteArray(R"(data: {"object":"chat.completion.chunk","choices":[{"index":0,)"
-                      R"("delta":{"content":")") +
-           content + R"("},"finish_reason":)" + finish + "}]}\n\n";
-}
+using namespace vellumix::test;
 
 // One readable line per event, joined, so a failing comparison shows what arrived.
 std::string describe(const QList<AIEvent>& events) {
