@@ -1,0 +1,105 @@
+#pragma once
+
+#include "ai/VisionAnalysis.h"
+
+#include <QFlags>
+#include <QRectF>
+#include <QString>
+
+#include <array>
+#include <vector>
+
+/// Finding secrets and personal details in the recognised text of a picture, so that the editor
+/// can propose rectangles to redact. Pure rules over a cached VisionAnalysis: no recognition, no
+/// pixels.
+namespace vellumix {
+
+/// What a span of recognised text gives away. The values are bits of SensitiveKinds.
+enum class SensitiveKind : unsigned {
+    email = 1u << 0,
+    /// A URL carrying a token, key, signature, session, code or password (in its query, its
+    /// fragment or as user:password@).
+    tokenUrl = 1u << 1,
+    /// IPv4 or IPv6.
+    ipAddress = 1u << 2,
+    phoneNumber = 1u << 3,
+    /// A payment-card number that passes the Luhn check.
+    cardNumber = 1u << 4,
+    /// A JSON Web Token.
+    jwt = 1u << 5,
+    /// API keys and access keys by their known prefixes, values assigned to password/secret/
+    /// token names, bearer tokens, private-key blocks, long hex secrets and other
+    /// high-entropy tokens.
+    secret = 1u << 6,
+};
+Q_DECLARE_FLAGS(SensitiveKinds, SensitiveKind)
+Q_DECLARE_OPERATORS_FOR_FLAGS(SensitiveKinds)
+
+/// Every kind, most specific first: when spans of different kinds overlap, the merged span is
+/// labelled with the kind that comes first here.
+inline constexpr std::array<SensitiveKind, 7> sensitiveKindsBySpecificity{
+    SensitiveKind::jwt,    SensitiveKind::cardNumber, SensitiveKind::tokenUrl,
+    SensitiveKind::email,  SensitiveKind::ipAddress,  SensitiveKind::phoneNumber,
+    SensitiveKind::secret,
+};
+
+inline constexpr SensitiveKinds allSensitiveKinds = SensitiveKinds::fromInt(0x7f);
+
+/// The short name shown next to a proposal: "Email address", "URL with token", "IP address",
+/// "Phone number", "Card number", "JWT", "Secret".
+QString sensitiveKindName(SensitiveKind kind);
+
+/// A span of one line's text, in UTF-16 code units.
+struct SensitiveSpan {
+    SensitiveKind kind = SensitiveKind::secret;
+    int start = 0;
+    int length = 0;
+
+    int end() const { return start + length; }
+    bool operator==(const SensitiveSpan&) const = default;
+};
+
+/// A proposal to redact: the span of `lines[lineIndex].text` and its estimated box in image
+/// pixels, never outside the line's rect.
+struct SensitiveMatch {
+    SensitiveKind kind = SensitiveKind::secret;
+    int lineIndex = 0;
+    int start = 0;
+    int length = 0;
+    QRectF rect;
+
+    bool operator==(const SensitiveMatch&) const = default;
+};
+
+/// The sensitive spans of one line of text, of the given kinds, in text order. Overlapping spans
+/// are merged into one covering both, labelled with the more specific kind.
+std::vector<SensitiveSpan> findSensitiveSpans(const QString& text,
+                                              SensitiveKinds kinds = allSensitiveKinds);
+
+/// The box of `length` characters from `start` in a recognised line. OCR boxes whole lines only,
+/// so the span's extent is estimated in proportion to its character positions, widened by one
+/// average character width on each side and clamped to the line; it takes the line's height. A
+/// span covering at least 80 % of the line's characters gets the whole line rect.
+QRectF sensitiveSpanRect(const OCRLine& line, int start, int length);
+
+/// Every sensitive span of the given kinds in the analysis's lines, line by line in text order,
+/// with its box.
+std::vector<SensitiveMatch> findSensitiveText(const VisionAnalysis& analysis,
+                                              SensitiveKinds kinds = allSensitiveKinds);
+
+// --- Requests --------------------------------------------------------------------------------
+
+/// Whether a plain-language (English) request asks to redact something: "redact" or "censor"
+/// alone, or another redaction verb (hide, blur, pixelate, black out, mask, obscure, anonymise,
+/// remove, erase, scrub, cover) together with a sensitive noun ("emails", "API keys", "private
+/// info", …).
+bool isRedactionRequest(const QString& query);
+
+/// The kinds a request names: email, phone, card/credit card, IP, URL/link, and token/key/API
+/// key/JWT/password/secret/credential for the token-like kinds (URL with token, JWT, secret).
+/// All kinds for a redaction request that names none or speaks of sensitive/private/personal/
+/// confidential things; kinds named after "except", "but not", "other than", "apart from" are
+/// left out. None for a query that is no redaction request and names no kind.
+SensitiveKinds sensitiveKindsForRequest(const QString& query);
+
+} // namespace vellumix
