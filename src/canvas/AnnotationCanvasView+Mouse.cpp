@@ -64,7 +64,8 @@ void AnnotationCanvasView::keyPressEvent(QKeyEvent* event) {
 }
 
 void AnnotationCanvasView::updateCursor() {
-    if (m_document.wantsCrosshair()) {
+    // A step lands where the click is: the crosshair shows that point.
+    if (m_document.wantsCrosshair() || m_document.activeTool() == Tool::step) {
         setCursor(Qt::CrossCursor);
     } else if (m_document.activeTool() == Tool::text) {
         setCursor(Qt::IBeamCursor);

@@ -1,8 +1,10 @@
 #include "CanvasDocument.h"
+#include "StepLayout.h"
 #include "TextLayout.h"
 #include "model/AnnotationGeometry.h"
 #include "model/Fonts.h"
 #include "model/OverlayRef.h"
+#include "model/Steps.h"
 
 #include <QLocale>
 
@@ -64,6 +66,7 @@ Annotation restyled(Annotation annotation, const StyleChange& c) {
                 applyIf(a.lineWidth, c.lineWidth);
                 applyOpacity(a.color, c.opacity);
             } else if constexpr (std::is_same_v<T, TextAnnotation>) {
+                const bool step = steps::stepNumber(a).has_value();
                 if (c.fontColor) {
                     a.color = a.color.converted(*c.fontColor, a.color.alpha);
                 }
@@ -82,7 +85,10 @@ Annotation restyled(Annotation annotation, const StyleChange& c) {
                 applyOpacity(a.backgroundColor, c.opacity);
                 const bool layoutChanged =
                     c.fontFamily || c.fontStyle || c.fontSize || c.alignment || c.textPadding;
-                if (layoutChanged) {
+                if (layoutChanged && step) {
+                    // A step stays a circle around its centre.
+                    a = steps::refitStep(std::move(a));
+                } else if (layoutChanged) {
                     // Refit the height to the text; width and origin stay.
                     const QFont font = fontInCanvasUnits(resolveFont(a.fontFamily, a.fontStyle, 12),
                                                          a.fontSize, nullptr);
@@ -203,8 +209,11 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
         const auto bounds = selectionBounds();
         if (!(m_selected.size() >= 2 && bounds && geometry::containsClosed(*bounds, point))) {
             m_pendingOverlayInsertPoint = point;
-            return {CanvasMenuItem::make(Action::addOverlay, QStringLiteral("Add image overlay…"),
-                                         QStringLiteral("photo-add"))};
+            std::vector<CanvasMenuItem> menu{
+                CanvasMenuItem::make(Action::addOverlay, QStringLiteral("Add image overlay…"),
+                                     QStringLiteral("photo-add"))};
+            appendPictureItems(menu);
+            return menu;
         }
     } else if (std::none_of(hits.begin(), hits.end(),
                             [this](int i) { return m_selected.count(i) > 0; })) {
@@ -289,6 +298,7 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
     menu.back().separatorAfter = true;
     menu.push_back(CanvasMenuItem::make(Action::mergeIntoImage, QStringLiteral("Merge into image"),
                                         QStringLiteral("merge"), !selected.empty()));
+    appendPictureItems(menu);
     redisplay();
     return menu;
 }
@@ -352,6 +362,14 @@ void CanvasDocument::triggerMenuItem(const CanvasMenuItem& item) {
     case Action::addOverlay:
         if (onRequestAddOverlay) {
             onRequestAddOverlay(m_pendingOverlayInsertPoint);
+        }
+        break;
+    case Action::renumberSteps:
+        renumberSteps();
+        break;
+    case Action::copyText:
+        if (onCopyText) {
+            onCopyText();
         }
         break;
     case Action::arrowStyle:

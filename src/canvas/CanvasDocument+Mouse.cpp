@@ -183,6 +183,9 @@ void CanvasDocument::drawingMouseDown(QPointF point) {
         }
         m_textDragStart = point;
         break;
+    case Tool::step:
+        placeStep(point);
+        break;
     default:
         break;
     }

@@ -1,6 +1,8 @@
 #include "CanvasDocument.h"
+#include "StepLayout.h"
 #include "TextLayout.h"
 #include "model/Fonts.h"
+#include "model/Steps.h"
 
 #include <cmath>
 
@@ -103,6 +105,17 @@ void CanvasDocument::commitTextEditing(bool cancel) {
         // A box whose annotation went away while it was edited (undo, delete) is added anew,
         // so the typed text is not lost.
         const bool existing = editing.index && validIndex(*editing.index);
+        const auto* before =
+            existing ? std::get_if<TextAnnotation>(&list[static_cast<size_t>(*editing.index)])
+                     : nullptr;
+        if (before && steps::stepNumber(*before)) {
+            // A step keeps its look: the new text in the same circle, refitted around its centre.
+            TextAnnotation step = *before;
+            step.id = text.id;
+            step.isLocked = false;
+            step.text = editing.text;
+            text = steps::refitStep(std::move(step));
+        }
         if (existing) {
             list[static_cast<size_t>(*editing.index)] = text;
             m_lastSelected = {*editing.index};

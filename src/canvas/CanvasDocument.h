@@ -73,7 +73,9 @@ struct CanvasMenuItem {
         saveStyleAsPreset,
         applyStylePreset,
         mergeIntoImage,
-        addOverlay
+        addOverlay,
+        renumberSteps,
+        copyText
     };
     Action action = Action::none;
     QString title;
@@ -201,6 +203,12 @@ public:
     void deleteSelection();
     void nudge(double dx, double dy);
 
+    // --- Numbered steps (CanvasDocument+Steps) ------------------------------------------------
+    /// Adds the next step centred on `centre`, in the current colour and font size ("Add Step").
+    void placeStep(QPointF centre);
+    /// Numbers the steps 1…n as one "Renumber Steps" step; nothing when they already are.
+    void renumberSteps();
+
     // --- Text editing ------------------------------------------------------------------------
     bool isEditingText() const { return m_textEditing.has_value(); }
     /// Opens the editor over a box; the widget shows `session()`.
@@ -247,6 +255,8 @@ public:
     std::function<void(const AnnotationStyle&, Tool)> onApplyStylePreset;
     std::function<void(std::optional<QPointF>)> onRequestAddOverlay;
     std::function<void(const AnnotationIDSet&)> onMergeIntoImage;
+    /// "Copy Text" from the context menu; the item is offered only while this is set.
+    std::function<void()> onCopyText;
     /// The widget's hooks: repaint (a canvas rectangle, or all), size, editor open/close.
     std::function<void(std::optional<QRectF>)> onNeedsDisplay;
     std::function<void(QSizeF)> onCanvasSizeChanged;
@@ -293,6 +303,8 @@ private:
     void cropMouseDragged(QPointF point);
     std::optional<int> topmostTextAt(QPointF point) const;
     void moveSelectionInOrder(bool up, bool toEnd);
+    /// The items about the whole picture that end every context menu (steps, text).
+    void appendPictureItems(std::vector<CanvasMenuItem>& menu) const;
 
     QImage m_image;
     AnnotationList m_annotations;

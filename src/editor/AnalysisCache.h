@@ -42,6 +42,9 @@ public:
     /// Forgets the analysis of the previous image (see the class comment).
     void invalidate();
 
+    /// Runs started from now on use `analyzer` (tests put a known analysis in a window).
+    void setAnalyzer(Analyzer analyzer) { m_analyzer = std::move(analyzer); }
+
     const std::optional<VisionAnalysis>& cached() const { return m_cached; }
     bool isAnalyzing() const { return bool(m_running); }
 

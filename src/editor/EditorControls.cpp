@@ -10,11 +10,12 @@ StyleControlSet& StyleControlSet::operator|=(const StyleControlSet& other) {
     linePattern = linePattern || other.linePattern;
     cornerRadius = cornerRadius || other.cornerRadius;
     text = text || other.text;
+    fontSize = fontSize || other.fontSize;
     return *this;
 }
 
 StyleControlSet styleControlsFor(Tool tool) {
-    // Field order: stroke, fill, opacity, width, pattern, radius, text.
+    // Field order: stroke, fill, opacity, width, pattern, radius, text, font size.
     switch (tool) {
     case Tool::rect:
         return {true, true, true, true, true, true, false};
@@ -26,6 +27,8 @@ StyleControlSet styleControlsFor(Tool tool) {
         return {true, false, true, true, true, false, false};
     case Tool::text:
         return {true, true, true, true, true, true, true};
+    case Tool::step:
+        return {true, true, true, false, false, false, false, true};
     case Tool::select:
         return {true, true, true, true, true, true, false};
     case Tool::editImage:

@@ -17,6 +17,8 @@ struct StyleControlSet {
     bool cornerRadius = false;
     /// Font family, font style, font size, alignment, text padding and font colour.
     bool text = false;
+    /// The font size alone (steps size their circle by it).
+    bool fontSize = false;
 
     StyleControlSet& operator|=(const StyleControlSet& other);
     friend bool operator==(const StyleControlSet&, const StyleControlSet&) = default;
@@ -31,10 +33,13 @@ struct StyleControlSet {
 /// | arrow                    | yes    |      | yes     | yes   |         |        |      |
 /// | draw                     | yes    |      | yes     | yes   | yes     |        |      |
 /// | text                     | yes    | yes  | yes     | yes   | yes     | yes    | yes  |
+/// | step                     | yes    | yes  | yes     |       |         |        | size |
 /// | select, nothing selected | yes    | yes  | yes     | yes   | yes     | yes    |      |
 /// | editImage, overlay       |        |      |         |       |         |        |      |
 ///
-/// An arrow has no fill, pattern or corners; an oval no corners; a stroke no fill. In the
+/// An arrow has no fill, pattern or corners; an oval no corners; a stroke no fill; a step is
+/// filled with the fill colour (the stroke colour when the fill is none) and sized by the font
+/// size, the only text control it shows. In the
 /// select tool the controls of the selected annotations' tools apply (their union); with
 /// nothing selected the shape controls stay usable, since their values carry over to the next
 /// tool when styles are not retained per tool. The toolbar's shape controls stay in place and

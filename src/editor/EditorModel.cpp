@@ -27,7 +27,7 @@ EditorModel::EditorModel(CanvasDocument& document, Settings& settings, StyleLibr
     , m_geometry(editorLayout::openingGeometry(QSizeF(image.size()), visibleFrame))
     , m_magnification(m_geometry.fitScale) {
     Batch batch(*this);
-    for (Tool tool : {Tool::rect, Tool::oval, Tool::arrow, Tool::draw, Tool::text}) {
+    for (Tool tool : {Tool::rect, Tool::oval, Tool::arrow, Tool::draw, Tool::text, Tool::step}) {
         m_toolStyles[tool] = defaultToolStyle(tool);
     }
     if (m_settings.retainLastStylePerType()) {
@@ -141,7 +141,7 @@ EditorControls EditorModel::controls() const {
     c.cornerRadiusPopUp = toolbar(applies.cornerRadius);
     c.fontFamilyPopUp = secondBar(applies.text);
     c.fontStyleControl = secondBar(applies.text);
-    c.fontSizePopUp = secondBar(applies.text);
+    c.fontSizePopUp = secondBar(applies.text || applies.fontSize);
     c.alignmentControl = secondBar(applies.text);
     c.textPaddingPopUp = secondBar(applies.text);
     c.fontColorWell = secondBar(applies.text);

@@ -17,7 +17,7 @@ class CanvasDocument;
 class Settings;
 struct StyleChange;
 
-/// The five tools that carry a style of their own: rect, oval, arrow, draw and text.
+/// The six tools that carry a style of their own: rect, oval, arrow, draw, text and step.
 bool isStyleCarrying(Tool tool);
 
 /// The style an annotation carries, for the toolbar: colours opaque, the opacity from the

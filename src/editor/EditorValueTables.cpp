@@ -124,6 +124,8 @@ QString toolButtonToolTip(Tool tool) {
         return QStringLiteral("Draw (d)");
     case Tool::text:
         return QStringLiteral("Text (t)");
+    case Tool::step:
+        return QStringLiteral("Step");
     case Tool::editImage:
     case Tool::overlay:
         break;

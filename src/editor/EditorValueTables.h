@@ -54,9 +54,9 @@ int fontFamilyIndex(const QString& family);
 namespace editorTexts {
 /// Tool tip of a tool button ("Select (s)" …); empty for tools without a button.
 QString toolButtonToolTip(Tool tool);
-/// The six tool buttons, left to right.
-inline constexpr std::array<Tool, 6> toolButtons{Tool::select, Tool::rect, Tool::oval,
-                                                 Tool::arrow,  Tool::draw, Tool::text};
+/// The seven tool buttons, left to right.
+inline constexpr std::array<Tool, 7> toolButtons{Tool::select, Tool::rect, Tool::oval, Tool::arrow,
+                                                 Tool::draw,   Tool::text, Tool::step};
 inline const QString strokeColor = QStringLiteral("Stroke color");
 inline const QString fillColor = QStringLiteral("Fill color");
 inline const QString fontColor = QStringLiteral("Font color");

@@ -106,6 +106,7 @@ void EditorWindowController::connectActions() {
     CanvasDocument& canvas = m_canvas->document();
     canvas.onEditImageCancelled = [this] { cancelImageEdit(); };
     canvas.onMergeIntoImage = [this](const AnnotationIDSet& ids) { mergeIntoImage(ids); };
+    canvas.onCopyText = [this] { copyText(); };
     canvas.onRequestAddOverlay = [this](std::optional<QPointF> point) {
         const QString path = QFileDialog::getOpenFileName(
             this, QString(), QString(),

@@ -75,6 +75,9 @@ void EditorWindowController::showSaveModeMenu() {
         item->setChecked(mode == current);
         connect(item, &QAction::triggered, this, [this, mode] { pickSaveMode(mode); });
     }
+    menu->addSeparator();
+    QAction* copyTextItem = menu->addAction(QStringLiteral("Copy Text"));
+    connect(copyTextItem, &QAction::triggered, this, &EditorWindowController::copyText);
     menu->popup(m_saveButton->mapToGlobal(QPoint(0, m_saveButton->height() + 2)));
 }
 

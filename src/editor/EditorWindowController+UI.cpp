@@ -42,6 +42,8 @@ QString iconName(Tool tool) {
         return QStringLiteral("arrow");
     case Tool::draw:
         return QStringLiteral("draw");
+    case Tool::step:
+        return QStringLiteral("step");
     default:
         return QStringLiteral("text");
     }
@@ -229,7 +231,9 @@ QWidget* EditorWindowController::buildToolbar() {
         auto* pair = new QHBoxLayout;
         pair->setSpacing(0);
         pair->addWidget(toolButton(tool));
-        if (tool != Tool::select) {
+        // Presets are saved from annotations, and a step is a text annotation: the step tool
+        // has none of its own.
+        if (tool != Tool::select && tool != Tool::step) {
             QToolButton* chevron = iconButton(QStringLiteral("chevron-down"),
                                               editorTexts::toolButtonToolTip(tool), bar);
             chevron->setToolTip(QString());
@@ -495,14 +499,14 @@ void EditorWindowController::showControls(const EditorControls& c) {
             align->setChecked(true);
         }
     }
-    // The text controls come and go together.
-    m_textControls->setVisible(c.fontFamilyPopUp.visible);
+    // The text controls come and go together, except that steps show only the size.
+    m_textControls->setVisible(c.fontFamilyPopUp.visible || c.fontSizePopUp.visible);
     setState(m_fontFamilyPopUp, c.fontFamilyPopUp);
-    m_boldButton->setEnabled(c.fontStyleControl.enabled);
-    m_italicButton->setEnabled(c.fontStyleControl.enabled);
+    setState(m_boldButton, c.fontStyleControl);
+    setState(m_italicButton, c.fontStyleControl);
     setState(m_fontSizePopUp, c.fontSizePopUp);
     for (QAbstractButton* align : m_alignmentGroup->buttons()) {
-        align->setEnabled(c.alignmentControl.enabled);
+        setState(align, c.alignmentControl);
     }
     setState(m_textPaddingPopUp, c.textPaddingPopUp);
     setState(m_fontWell, c.fontColorWell);

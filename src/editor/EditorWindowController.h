@@ -39,6 +39,7 @@ class SaveSplitButton;
 class Settings;
 class StyleLibrary;
 class ResizeImageDialog;
+class StatusToast;
 enum class ExportFormat;
 enum class SaveMode;
 namespace imageops {
@@ -133,6 +134,14 @@ public:
     /// Writes a project bundle at `path`, replacing what is there only once it is complete.
     bool writeProject(const QString& path);
 
+    // --- Copy Text (EditorWindowController+CopyText) ----------------------------------------
+    /// Copies the recognised text of the picture, or of the selected annotations' area, to the
+    /// clipboard. The first analysis runs off the main thread; a toast over the canvas tells
+    /// what was copied.
+    void copyText();
+    /// The toast over the canvas; none until the first message.
+    StatusToast* statusToast() const { return m_statusToast; }
+
     // --- Image operations (EditorWindowController+ImageEdit, +Resize) ------------------------
     void rotateRight();
     void flip(Qt::Orientation axis);
@@ -208,6 +217,7 @@ private:
     std::unique_ptr<AnalysisCache> m_visionAnalysis;
     std::unique_ptr<PresetMenuController> m_presetMenu;
     QPointer<ResizeImageDialog> m_resizeDialog;
+    StatusToast* m_statusToast = nullptr;
 
     // Toolbar
     std::map<Tool, QToolButton*> m_toolButtons;

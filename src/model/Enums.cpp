@@ -9,6 +9,7 @@ bool isDrawingTool(Tool tool) {
     case Tool::arrow:
     case Tool::draw:
     case Tool::text:
+    case Tool::step:
         return true;
     case Tool::select:
     case Tool::editImage:

@@ -4,8 +4,9 @@
 
 namespace vellumix {
 
-/// The editor's tools; the five drawing tools (rect … text) each carry a style.
-enum class Tool { select, rect, oval, arrow, draw, text, editImage, overlay };
+/// The editor's tools; the six drawing tools (rect … step) each carry a style. The step tool
+/// places numbered circles, stored as text annotations.
+enum class Tool { select, rect, oval, arrow, draw, text, step, editImage, overlay };
 
 /// Dash pattern of outlines, strokes and text-box borders.
 enum class LineStyle { solid, dotted, dashed, dashDot };
@@ -51,8 +52,8 @@ CropHandle toCropHandle(ResizeHandle handle);
 std::optional<ResizeHandle> toResizeHandle(CropHandle handle);
 
 template <> struct EnumNames<Tool> {
-    static constexpr std::array<QStringView, 8> names{u"select", u"rect", u"oval",      u"arrow",
-                                                      u"draw",   u"text", u"editImage", u"overlay"};
+    static constexpr std::array<QStringView, 9> names{
+        u"select", u"rect", u"oval", u"arrow", u"draw", u"text", u"step", u"editImage", u"overlay"};
 };
 template <> struct EnumNames<LineStyle> {
     static constexpr std::array<QStringView, 4> names{u"solid", u"dotted", u"dashed", u"dashDot"};

@@ -265,7 +265,7 @@ TEST_F(EditorModelTest, AnEmptySelectionRemembersTheToolStylesWhateverTheSetting
     EXPECT_TRUE(library.loadStyles().empty());
     doc.setSelection({});
     const ToolStyles saved = library.loadStyles();
-    ASSERT_EQ(saved.size(), 5u);
+    ASSERT_EQ(saved.size(), 6u); // every style-carrying tool, the step tool too
     EXPECT_EQ(saved.at(Tool::rect).lineWidth, 24);
     EXPECT_EQ(saved.at(Tool::text).lineWidth, 2);
 }
@@ -366,7 +366,7 @@ TEST_F(EditorModelTest, RetainedStylesAreLoadedPerToolAndWrittenOnClose) {
     library.saveStyles({{Tool::arrow, remembered}, {Tool::select, remembered}});
     settings.setRetainLastStylePerType(true);
     open(QSize(1000, 800));
-    EXPECT_EQ(model->toolStyles().size(), 5u); // no entry for select
+    EXPECT_EQ(model->toolStyles().size(), 6u); // no entry for select
     EXPECT_EQ(model->toolStyles().at(Tool::arrow).lineWidth, 8);
     EXPECT_EQ(model->toolStyles().at(Tool::rect).lineWidth, 2);
 
@@ -632,4 +632,48 @@ TEST_F(EditorModelTest, TextBoxesStartWithoutABorder) {
     EXPECT_EQ(model->toolStyles().at(Tool::text).fontColor, SystemColors::red);
     model->selectTool(Tool::rect);
     EXPECT_EQ(doc.style().strokeColor, SystemColors::red);
+}
+
+// --- Steps -------------------------------------------------------------------------------------
+
+TEST_F(EditorModelTest, TheStepToolShowsItsColoursOpacityAndSizeAndPlacesStepsInThem) {
+    model->selectTool(Tool::step);
+    const EditorControls c = controls();
+    EXPECT_TRUE(c.strokeWell.enabled && c.fillWell.enabled && c.opacityPopUp.enabled);
+    EXPECT_FALSE(c.lineWidthPopUp.enabled || c.linePatternPopUp.enabled ||
+                 c.cornerRadiusPopUp.enabled);
+    EXPECT_TRUE(c.fontSizePopUp.visible && c.fontSizePopUp.enabled);
+    EXPECT_FALSE(c.fontFamilyPopUp.visible || c.fontStyleControl.visible ||
+                 c.alignmentControl.visible || c.textPaddingPopUp.visible ||
+                 c.fontColorWell.visible);
+
+    model->fillColorChanged(blue);
+    model->fontSizeChanged(4); // 24
+    model->opacityChanged(0);
+    doc.mouseDown({300, 300}, none, 1);
+    doc.mouseUp({300, 300}, none);
+    const auto& step = at<TextAnnotation>(0);
+    EXPECT_EQ(step.fontSize, 24);
+    EXPECT_EQ(step.backgroundColor.opaque(), blue);
+    EXPECT_LT(step.backgroundColor.alpha, 1);
+
+    // Selected, it is a text box like any other: the text controls apply.
+    model->selectTool(Tool::select);
+    doc.setSelection({0});
+    EXPECT_TRUE(controls().fontFamilyPopUp.visible);
+}
+
+TEST_F(EditorModelTest, TheStepToolKeepsAStyleOfItsOwn) {
+    settings.setRetainLastStylePerType(true);
+    open(QSize(1000, 800));
+    model->selectTool(Tool::step);
+    model->fillColorChanged(blue);
+    model->fontSizeChanged(5); // 32
+    model->selectTool(Tool::rect);
+    EXPECT_TRUE(doc.style().fillColor.isClear());
+    model->selectTool(Tool::step);
+    EXPECT_EQ(doc.style().fillColor, blue);
+    EXPECT_EQ(doc.style().fontSize, 32);
+    model->windowWillClose();
+    EXPECT_EQ(library.loadStyles().at(Tool::step).fontSize, 32);
 }

@@ -90,6 +90,9 @@ protected:
     QToolButton* visibilityToggle() const { return window->m_visibilityToggle; }
     QToolButton* discardButton() const { return window->m_discardButton; }
     QWidget* textControls() const { return window->m_textControls; }
+    QComboBox* fontFamilyPopUp() const { return window->m_fontFamilyPopUp; }
+    QComboBox* fontSizePopUp() const { return window->m_fontSizePopUp; }
+    void showSaveModeMenu() const { window->showSaveModeMenu(); }
     QToolButton* copyButton() const { return window->m_copyButton; }
     QToolButton* imageEditButton(const char* name) const {
         return window->m_imageEditGroup->findChild<QToolButton*>(QLatin1String(name));

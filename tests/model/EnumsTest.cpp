@@ -51,12 +51,14 @@ TEST(Enums, CropAndResizeHandlesCorrespondByName) {
     EXPECT_EQ(toResizeHandle(CropHandle::interior), std::nullopt);
 }
 
-TEST(Enums, OnlyTheFiveDrawingToolsCarryAStyle) {
+TEST(Enums, OnlyTheSixDrawingToolsCarryAStyle) {
     int drawing = 0;
     for (Tool t : allCases<Tool>()) {
         drawing += isDrawingTool(t) ? 1 : 0;
     }
-    EXPECT_EQ(drawing, 5);
+    EXPECT_EQ(drawing, 6);
     EXPECT_FALSE(isDrawingTool(Tool::editImage));
     EXPECT_TRUE(isDrawingTool(Tool::draw));
+    EXPECT_TRUE(isDrawingTool(Tool::step));
+    EXPECT_EQ(parseTool(u"step"), Tool::step);
 }
