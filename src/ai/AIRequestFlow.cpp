@@ -93,6 +93,52 @@ void AIRequestFlow::ownerClosed() {
     cancel();
 }
 
+QString AIRequestFlow::redactionResponse(int count, bool applied) {
+    if (count == 0) {
+        return QStringLiteral("No sensitive text found.");
+    }
+    if (applied) {
+        return count == 1 ? QStringLiteral("Redacted 1 area.")
+                          : QStringLiteral("Redacted %1 areas.").arg(count);
+    }
+    return count == 1 ? QStringLiteral("Marked 1 area to redact: check it and choose Apply.")
+                      : QStringLiteral("Marked %1 areas to redact: check them and choose Apply.")
+                            .arg(count);
+}
+
+bool AIRequestFlow::redactInstead(const std::shared_ptr<Run>& run, QueryRoute route) {
+    if (route != QueryRoute::imageEdit || !m_host.redactSensitiveText ||
+        !isRedactionRequest(run->query)) {
+        return false;
+    }
+    if (!m_host.canvas || !m_host.canvas()) {
+        if (m_listener.response) {
+            m_listener.response(QStringLiteral("Editor closed."));
+        }
+        finish(run, false);
+        return true;
+    }
+    // The secrets stay on this computer: the recognised text finds them, no model is asked.
+    SensitiveKinds kinds = sensitiveKindsForRequest(run->query);
+    if (!kinds) {
+        kinds = allSensitiveKinds;
+    }
+    if (m_listener.status) {
+        m_listener.status(QStringLiteral("Looking for sensitive text…"));
+    }
+    m_host.redactSensitiveText(
+        kinds, guarded(run, [this](const std::shared_ptr<Run>& run, int count, bool applied) {
+            if (m_listener.response) {
+                m_listener.response(redactionResponse(count, applied));
+            }
+            if (m_listener.status) {
+                m_listener.status(QStringLiteral("Done"));
+            }
+            finish(run, false);
+        }));
+    return true;
+}
+
 void AIRequestFlow::log(const QString& line) const {
     if (m_clients.log) {
         m_clients.log(line);
@@ -178,6 +224,9 @@ void AIRequestFlow::runLocal(const std::shared_ptr<Run>& run) {
                     const QueryRoute route = decideRoute(llm, fast);
                     log(routeLogLine(run->provider, llm, fast, route, run->query));
                     classified();
+                    if (redactInstead(run, route)) {
+                        return;
+                    }
                     localRequest(run, route,
                                  route == QueryRoute::imageEdit ? std::nullopt
                                                                 : std::optional(analysis));
@@ -290,6 +339,9 @@ void AIRequestFlow::runCloud(const std::shared_ptr<Run>& run) {
                     const QueryRoute route = decideRoute(classified.mode, fast);
                     log(routeLogLine(run->provider, classified.mode, fast, route, run->query));
                     this->classified();
+                    if (redactInstead(run, route)) {
+                        return;
+                    }
                     cloudRequest(run, route);
                 }));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ai/Routing.h"
+#include "ai/SensitiveText.h"
 #include "ai/VisionAnalysis.h"
 #include "library/Settings.h"
 
@@ -29,6 +30,12 @@ struct AIRequestHost {
     std::function<bool(const QString& kind, double strength)> applyFilter;
     /// The cloud's edited picture replaces the image as one undo step.
     std::function<void(const QImage& image)> replaceImage;
+    /// A request to redact sensitive text of these kinds, which no model sees: the owner marks
+    /// it for the user to check (the window) or redacts it at once (the bundle command), then
+    /// reports how many areas and whether they were redacted already. Without it, such requests
+    /// go to the model like any image edit.
+    std::function<void(SensitiveKinds kinds, std::function<void(int count, bool applied)> done)>
+        redactSensitiveText;
 };
 
 /// What a request reports, in the order it happens. Every member is optional.
@@ -71,6 +78,8 @@ public:
     bool isRunning() const;
 
     static QString classifyingMeta();
+    /// The answer to a redaction request: what was found, and marked or redacted.
+    static QString redactionResponse(int count, bool applied);
 
 private:
     struct Run;
@@ -80,6 +89,8 @@ private:
                       std::optional<VisionAnalysis> analysis);
     void cloudRequest(const std::shared_ptr<Run>& run, QueryRoute route);
     void applyDirective(const std::shared_ptr<Run>& run, const AICanvasDirectivePublic& d);
+    /// Handles a redaction request without the model; false when the owner cannot.
+    bool redactInstead(const std::shared_ptr<Run>& run, QueryRoute route);
     void log(const QString& line) const;
     QString contextFor(QueryRoute route, const std::optional<VisionAnalysis>& analysis,
                        const QString& query) const;

@@ -1,4 +1,5 @@
 #include "CanvasDocument.h"
+#include "CanvasGestureLayer.h"
 #include "model/AnnotationGeometry.h"
 
 #include <cmath>
@@ -38,7 +39,11 @@ void CanvasDocument::mouseDown(QPointF point, Qt::KeyboardModifiers modifiers, i
     m_pressConsumed = false;
     switch (m_activeTool) {
     case Tool::editImage:
-        cropMouseDown(point, clickCount);
+        if (gestureLayer && gestureLayer->isActive()) {
+            gestureLayer->mouseDown(point);
+        } else {
+            cropMouseDown(point, clickCount);
+        }
         break;
     case Tool::select:
         selectMouseDown(point, modifiers, clickCount);
@@ -57,7 +62,11 @@ void CanvasDocument::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers
     }
     switch (m_activeTool) {
     case Tool::editImage:
-        cropMouseDragged(point);
+        if (gestureLayer && gestureLayer->isActive()) {
+            gestureLayer->mouseDragged(point);
+        } else {
+            cropMouseDragged(point);
+        }
         break;
     case Tool::select:
         selectMouseDragged(point, modifiers);
@@ -80,6 +89,9 @@ void CanvasDocument::mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) {
     }
     switch (m_activeTool) {
     case Tool::editImage:
+        if (gestureLayer && gestureLayer->isActive()) {
+            gestureLayer->mouseUp(point);
+        }
         m_cropDragHandle.reset();
         m_cropDragStart.reset();
         break;

@@ -261,6 +261,7 @@ CanvasSnapshot CanvasDocument::snapshot() const {
     s.selectionDragRect = m_selectionDragRect;
     s.selectionDragInProgress = m_selectDragOp.has_value();
     s.cropRect = cropRect;
+    s.gestureLayer = gestureLayer;
     s.cursorPosOnImage = m_cursorPosOnImage;
     s.showCursorCoords = showCursorCoords;
     s.zoom = zoom;

@@ -236,6 +236,8 @@ public:
     QRectF visibleRect;
     bool showCursorCoords = false;
     std::optional<QRectF> cropRect;
+    /// While active, the image-edit tool's gestures go to this layer instead of the crop.
+    CanvasGestureLayer* gestureLayer = nullptr;
     std::optional<QPointF> cursorPosOnImage() const { return m_cursorPosOnImage; }
     /// Whether drawing tools want the crosshair now (a drag is under way).
     bool wantsCrosshair() const;

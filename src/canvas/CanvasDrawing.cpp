@@ -1,5 +1,6 @@
 #include "AnnotationRenderer.h"
 #include "CanvasChrome.h"
+#include "CanvasGestureLayer.h"
 #include "model/AnnotationGeometry.h"
 #include "model/AnnotationStyle.h"
 
@@ -100,6 +101,9 @@ void drawCanvas(QPainter& painter, const CanvasSnapshot& c) {
     }
     if (c.activeTool == Tool::editImage && c.cropRect) {
         drawCropOverlay(painter, *c.cropRect, c.visibleRect, c.zoom);
+    }
+    if (c.activeTool == Tool::editImage && c.gestureLayer && c.gestureLayer->isActive()) {
+        c.gestureLayer->paint(painter, c);
     }
     if (c.activeTool == Tool::select) {
         drawSelection(painter, c);

@@ -12,6 +12,8 @@
 
 namespace vellumix {
 
+class CanvasGestureLayer;
+
 /// Everything one display pass of the canvas reads, gathered by the canvas before it paints.
 /// The annotation span points into the canvas's own list and is valid for that pass only.
 struct CanvasSnapshot {
@@ -45,6 +47,8 @@ struct CanvasSnapshot {
     bool selectionDragInProgress = false;
 
     std::optional<QRectF> cropRect;
+    /// The image-edit session's own marks (redaction), drawn over the crop's dimming.
+    const CanvasGestureLayer* gestureLayer = nullptr;
     std::optional<QPointF> cursorPosOnImage;
     bool showCursorCoords = false;
 

@@ -2,6 +2,7 @@
 
 #include "platform/VisionAnalyzer.h"
 
+#include <QCoreApplication>
 #include <QMetaObject>
 #include <QObject>
 #include <QThreadPool>
@@ -29,7 +30,15 @@ struct AnalysisCache::Link : QObject {
 AnalysisCache::AnalysisCache(std::function<QImage()> currentImage, Analyzer analyzer)
     : m_currentImage(std::move(currentImage))
     , m_analyzer(std::move(analyzer))
-    , m_link(new Link, [](Link* link) { link->deleteLater(); }) {
+    , m_link(new Link, [](Link* link) {
+        // The last holder may be a result still queued when the application ends: its event is
+        // then destroyed while Qt holds the posted-event lock, and posting a deferred delete
+        // from there would wait on that lock for ever. The process is ending; let it go.
+        if (QCoreApplication::closingDown() || !QCoreApplication::instance()) {
+            return;
+        }
+        link->deleteLater();
+    }) {
     m_link->cache = this;
 }
 

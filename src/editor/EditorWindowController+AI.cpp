@@ -73,6 +73,10 @@ void EditorWindowController::buildAssistant() {
         return applyFilter(kind, strength);
     };
     host.replaceImage = [this](const QImage& image) { replaceImageWithAssistantResult(image); };
+    // Redaction requests open the proposals for the user to check; nothing is hidden until Apply.
+    host.redactSensitiveText = [this](SensitiveKinds kinds, std::function<void(int, bool)> done) {
+        markSensitiveText(kinds, [done](int count) { done(count, false); });
+    };
     AIRequestListener listener;
     listener.status = [this](const QString& text) { m_aiOverlay->setStatus(text); };
     listener.meta = [this](const QString& markdown) { m_aiOverlay->setMeta(markdown); };

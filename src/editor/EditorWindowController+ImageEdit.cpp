@@ -1,8 +1,10 @@
 #include "AnalysisCache.h"
 #include "EditorModel.h"
 #include "EditorWindowController.h"
+#include "RedactionMarks.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "imaging/ImageOperations.h"
+#include "imaging/Redaction.h"
 #include "library/HistoryStore.h"
 #include "library/Settings.h"
 #include "platform/ImageFilters.h"
@@ -42,6 +44,12 @@ void EditorWindowController::replaceInSession(const imageops::Edited& edited,
     // The crop first: the read-outs refresh with the new image and show the crop's size.
     document.cropRect = crop;
     document.setImageAndAnnotations(edited.image, edited.annotations);
+    // Marks lie on the picture as it was: they start over on the new one.
+    if (redactionMarks().isActive()) {
+        redactionMarks().clear();
+        setRedactMode(false);
+        setRedactMode(true);
+    }
     m_model->setEditImageSessionMutated(true);
     m_canvas->update();
 }
@@ -103,15 +111,23 @@ void EditorWindowController::applyImageEdit() {
         beep();
         return;
     }
+    // The marks are redacted first, in the picture they were drawn on, then the crop is taken.
+    const std::optional<QImage> redacted = redactedSessionImage();
+    const QImage& source = redacted ? *redacted : currentImage();
     const Color blank = m_services.settings.blankCanvasColor();
-    const auto cropped =
-        imageops::crop(currentImage(), document.annotations(), *document.cropRect, blank);
+    const auto cropped = imageops::crop(source, document.annotations(), *document.cropRect, blank);
     if (!cropped) {
         beep();
         return;
     }
-    // One step undoes the whole session: the image and annotations from before it began.
-    document.replaceImage(cropped->image, cropped->annotations, QStringLiteral("Edit Image"),
+    // One step undoes the whole session: the image and annotations from before it began. A
+    // session that only redacted is named after that.
+    QString name = QStringLiteral("Edit Image");
+    const bool cropsAway = *document.cropRect != document.imageRect();
+    if (redacted && !m_model->editImageSessionMutated() && !cropsAway) {
+        name = imageops::redactionActionName(redactionMarks().enabledCount());
+    }
+    document.replaceImage(cropped->image, cropped->annotations, name,
                           m_model->editImageEntrySnapshot(), m_model->editImageEntryAnnotations());
     selectTool(Tool::select);
 }
@@ -144,25 +160,21 @@ bool EditorWindowController::applyFilter(const QString& kind, double strength) {
     if (!filtered) {
         return false;
     }
-    const QString name = kind.toLower();
-    const QString title = name.left(1).toUpper() + name.mid(1);
     CanvasDocument& document = m_canvas->document();
     document.replaceImage(*filtered, document.annotations(),
-                          QStringLiteral("Apply %1 (AI)").arg(title));
+                          imageops::assistantFilterActionName(kind));
     return true;
 }
 
 void EditorWindowController::replaceImageWithAssistantResult(const QImage& image) {
-    if (image.isNull()) {
+    CanvasDocument& document = m_canvas->document();
+    const auto edited =
+        imageops::assistantImage(image, document.annotations(), currentImage().size());
+    if (!edited) {
         return;
     }
-    CanvasDocument& document = m_canvas->document();
-    QImage normalized = image;
-    normalized.setDevicePixelRatio(1);
-    document.replaceImage(
-        normalized,
-        imageops::mapToNewImage(document.annotations(), currentImage().size(), image.size()),
-        QStringLiteral("Gemini Edit"));
+    document.replaceImage(edited->image, edited->annotations,
+                          QString::fromLatin1(imageops::assistantImageActionName));
 }
 
 } // namespace vellumix

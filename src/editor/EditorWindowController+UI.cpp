@@ -3,6 +3,8 @@
 #include "EditorModel.h"
 #include "EditorValueTables.h"
 #include "EditorWindowController.h"
+#include "RedactionBar.h"
+#include "RedactionMarks.h"
 #include "SplitButtons.h"
 #include "ai/AIRequestFlow.h"
 #include "ai/Routing.h"
@@ -355,6 +357,9 @@ QWidget* EditorWindowController::buildSecondBar() {
     m_fontWell = new ColorWell(editorTexts::fontColor, false, m_textControls);
     text->addWidget(m_fontWell);
     row->addWidget(m_textControls);
+    auto* redaction = new RedactionBar(bar);
+    row->addWidget(redaction);
+    buildRedaction(redaction);
     row->addStretch(1);
 
     m_editImageButton = textButton(QStringLiteral("photo"), editorTexts::editImage, bar);
@@ -514,6 +519,11 @@ void EditorWindowController::showControls(const EditorControls& c) {
 
     m_normalGroup->setVisible(c.normalFooterVisible);
     m_imageEditGroup->setVisible(c.imageEditFooterVisible);
+    // Redaction belongs to the image-edit session: its marks go when the session ends.
+    if (!c.imageEditFooterVisible && m_redactionMarks->isActive()) {
+        endRedaction();
+    }
+    m_redactionBar->setVisible(c.imageEditFooterVisible);
     m_assistantGroup->setVisible(c.aiInputVisible);
     setState(m_visibilityToggle, c.visibilityToggle);
     const QPalette::ColorRole tint = c.visibilityToggleTint == ToggleTint::label

@@ -3,6 +3,7 @@
 #include "AnalysisCache.h"
 #include "CenteringClipView.h"
 #include "EditorModel.h"
+#include "RedactionMarks.h"
 #include "ai/AIRequestFlow.h"
 #include "ai/RequestTexts.h"
 #include "canvas/AnnotationCanvasView.h"
@@ -80,6 +81,7 @@ EditorWindowController::~EditorWindowController() {
     m_aiFlow.reset();
     // The model detaches from the canvas's document before the canvas goes.
     m_model.reset();
+    m_canvas->document().gestureLayer = nullptr;
 }
 
 const QImage& EditorWindowController::currentImage() const {

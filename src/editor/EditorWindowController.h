@@ -2,6 +2,7 @@
 
 #include "EditorControls.h"
 #include "ai/Routing.h"
+#include "ai/SensitiveText.h"
 #include "model/Annotation.h"
 
 #include <QPointer>
@@ -35,6 +36,8 @@ class ColorWell;
 class EditorModel;
 class HistoryStore;
 class PresetMenuController;
+class RedactionBar;
+class RedactionMarks;
 class SaveSplitButton;
 class Settings;
 class StyleLibrary;
@@ -157,6 +160,15 @@ public:
     /// The assistant's edited picture replaces the image, annotations mapped onto it.
     void replaceImageWithAssistantResult(const QImage& image);
 
+    // --- Redaction in the image-edit session (EditorWindowController+Redact) --------------------
+    /// Switches the Redact mode on or off (on starts the image-edit session if needed).
+    void setRedactMode(bool on);
+    /// Proposes the sensitive text of these kinds as marks, once the analysis is there; `done`
+    /// gets the number proposed (0 when the session ended meanwhile).
+    void markSensitiveText(SensitiveKinds kinds, std::function<void(int)> done);
+    RedactionMarks& redactionMarks() const;
+    RedactionBar* redactionBar() const { return m_redactionBar; }
+
 protected:
     void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
@@ -200,6 +212,13 @@ private:
     // +Save
     std::optional<QImage> flattenedPicture();
     void showSaveModeMenu();
+
+    // +Redact
+    void buildRedaction(RedactionBar* bar);
+    void endRedaction();
+    void showRedactionCount();
+    /// The session's picture with the marks switched on redacted; none without any.
+    std::optional<QImage> redactedSessionImage() const;
 
     // +ImageEdit
     void imageDidChange(const QImage& image);
@@ -261,6 +280,11 @@ private:
     AIProviderButton* m_providerButton = nullptr;
     QToolButton* m_infoButton = nullptr;
     QLineEdit* m_promptField = nullptr;
+
+    // Redaction
+    RedactionBar* m_redactionBar = nullptr;
+    std::unique_ptr<RedactionMarks> m_redactionMarks;
+    bool m_findingSensitiveText = false;
 
     // Assistant
     AIOverlayView* m_aiOverlay = nullptr;

@@ -63,4 +63,13 @@ std::optional<Edited> merge(const QImage& image, const AnnotationList& annotatio
 /// "Merge Annotation into Image" for one, "Merge N Annotations into Image" for more.
 QString mergeActionName(int count);
 
+/// The undo step of a filter the assistant applied: "Apply Sepia (AI)" for "sepia".
+QString assistantFilterActionName(const QString& kind);
+
+/// The assistant's edited picture (at device pixel ratio 1) with the annotations mapped onto it;
+/// none for a null picture. The undo step is named `assistantImageActionName`.
+std::optional<Edited> assistantImage(const QImage& image, const AnnotationList& annotations,
+                                     QSize oldSize);
+inline constexpr const char* assistantImageActionName = "Gemini Edit";
+
 } // namespace vellumix::imageops

@@ -64,6 +64,11 @@ protected:
             return kind == u"sharpen";
         };
         host.replaceImage = [this](const QImage& image) { replaced = image; };
+        host.redactSensitiveText = [this](SensitiveKinds kinds,
+                                          std::function<void(int, bool)> done) {
+            redactedKinds = kinds;
+            done(redactionsFound, redactionsApplied);
+        };
         AIRequestListener listener;
         listener.status = [this](const QString& s) { events.statuses << s; };
         listener.meta = [this](const QString& s) { events.metas << s; };
@@ -117,6 +122,9 @@ protected:
     std::optional<QImage> replaced;
     int analyses = 0;
     bool hostGone = false;
+    std::optional<SensitiveKinds> redactedKinds;
+    int redactionsFound = 0;
+    bool redactionsApplied = false;
 };
 
 const QString key = QStringLiteral("k-123");
@@ -223,6 +231,49 @@ TEST_F(AIRequestFlowTest, LocalFilterGoesThroughTheImageOperationWithoutTheAnaly
     ASSERT_TRUE(awaitFinish());
     EXPECT_EQ(last(events.responses), "Couldn't apply 'blur' — Blurred.")
         << events.failures.join("|").toStdString();
+}
+
+TEST_F(AIRequestFlowTest, RedactionRequestsGoToTheOwnerAndNeverToAModelForTheEdit) {
+    // Local: the model only routes the request.
+    serveLocal("imageEdit", Response::json(500, R"({"error":{"message":"not expected"}})"));
+    redactionsFound = 2;
+    flow->start(AIProvider::localModel,
+                QStringLiteral("redact the email addresses and phone numbers"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_TRUE(events.failures.isEmpty()) << last(events.failures).toStdString();
+    EXPECT_EQ(redactedKinds, SensitiveKinds(SensitiveKind::email | SensitiveKind::phoneNumber));
+    EXPECT_EQ(last(events.responses), "Marked 2 areas to redact: check them and choose Apply.");
+    EXPECT_EQ(last(events.statuses), "Done");
+    EXPECT_TRUE(filters.isEmpty());
+
+    // Cloud: the picture never goes out for an image edit; without a kind named, all of them.
+    events = {};
+    redactedKinds.reset();
+    redactionsFound = 1;
+    redactionsApplied = true;
+    serveCloud("imageEdit", Response::json(500, "not expected"));
+    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("censor this screenshot"), key);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(redactedKinds, allSensitiveKinds);
+    EXPECT_EQ(last(events.responses), "Redacted 1 area.");
+    for (const auto& request : cloud.requests()) {
+        EXPECT_FALSE(request.target.contains("image")) << request.target.constData();
+    }
+
+    // Nothing found; and an image edit that redacts nothing still goes to the model.
+    events = {};
+    redactionsFound = 0;
+    serveLocal("imageEdit", Response::json(200, completion(R"({\"shouldApply\":true,)"
+                                                           R"(\"kind\":\"sharpen\",)"
+                                                           R"(\"strength\":0.5,)"
+                                                           R"(\"summary\":\"Sharper.\"})")));
+    flow->start(AIProvider::localModel, QStringLiteral("hide my card number"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(last(events.responses), "No sensitive text found.");
+    events = {};
+    flow->start(AIProvider::localModel, QStringLiteral("sharpen the photo"), std::nullopt);
+    ASSERT_TRUE(awaitFinish());
+    EXPECT_EQ(last(events.responses), "Sharper.");
 }
 
 TEST_F(AIRequestFlowTest, LocalFailuresEndTheRequestWithTheirMessage) {

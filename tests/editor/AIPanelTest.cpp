@@ -4,10 +4,12 @@
 #include "ai/FakeModelAnswers.h"
 #include "ai/GeminiService.h"
 #include "editor/AIOverlayView.h"
+#include "editor/RedactionMarks.h"
 #include "editor/SplitButtons.h"
 
 #include <QLineEdit>
 #include <QMenu>
+#include <QPainter>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextBrowser>
@@ -229,6 +231,35 @@ TEST_F(AIPanelTest, ImageEditsReplaceThePictureOrFilterIt) {
     EXPECT_TRUE(panel()->shownText().startsWith("gemini-3-pro-image: image & text · "));
     EXPECT_TRUE(panel()->shownText().endsWith("Night."));
     EXPECT_TRUE(cloud.requests().back().target.contains("gemini-3-pro-image"));
+}
+
+TEST_F(AIPanelTest, ARedactionRequestProposesTheSecretsWithoutAskingTheModelForAnEdit) {
+    QImage picture(640, 160, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    {
+        QPainter p(&picture);
+        QFont font(QStringLiteral("DejaVu Sans"));
+        font.setPixelSize(22);
+        p.setFont(font);
+        p.setPen(Qt::black);
+        p.drawText(QPoint(30, 60), QStringLiteral("Write to jane.doe@example.com or call"));
+        p.drawText(QPoint(30, 120), QStringLiteral("Server 192.168.10.24 is up"));
+    }
+    openWindow(AIProvider::localModel, picture);
+    // Only the route is the model's: an edit it was asked for would fail the request.
+    serveLocal("imageEdit", Response::json(500, R"({"error":{"message":"not expected"}})"));
+    ask(QStringLiteral("redact the email addresses"));
+    ASSERT_TRUE(awaitStatus(QStringLiteral("Done"), 20000)) << panel()->shownText().toStdString();
+    EXPECT_EQ(panel()->shownText(), "Marked 1 area to redact: check it and choose Apply.");
+    for (const auto& request : local.requests()) {
+        EXPECT_FALSE(request.body.contains("FilterDirective")) << request.body.constData();
+    }
+    // The session is open with the proposal to check; nothing is hidden yet.
+    EXPECT_EQ(doc().activeTool(), Tool::editImage);
+    ASSERT_EQ(window->redactionMarks().marks().size(), 1u);
+    EXPECT_EQ(window->redactionMarks().marks()[0].label, "Email address");
+    EXPECT_EQ(doc().image(), picture.convertToFormat(doc().image().format()));
+    EXPECT_TRUE(field()->isEnabled());
 }
 
 TEST_F(AIPanelTest, EveryKindOfFailureShowsInThePanel) {

@@ -9,6 +9,7 @@
 #include "canvas/AnnotationRenderer.h"
 #include "canvas/CanvasDocument.h"
 #include "imaging/ImageOperations.h"
+#include "imaging/Redaction.h"
 #include "library/Keychain.h"
 #include "model/CodableAnnotation.h"
 #include "platform/BundleServices.h"
@@ -315,27 +316,52 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
 
     AIRequestHost host;
     host.canvas = [&canvas] { return &canvas; };
-    host.analysis = [&canvas](std::function<void(const VisionAnalysis&)> receiver) {
-        receiver(VisionAnalyzer::analyze(canvas.image()));
+    // One analysis per picture: a request may want it twice.
+    std::optional<std::pair<qint64, VisionAnalysis>> analysed;
+    const auto analysis = [&canvas, &analysed]() -> const VisionAnalysis& {
+        if (!analysed || analysed->first != canvas.image().cacheKey()) {
+            analysed.emplace(canvas.image().cacheKey(), VisionAnalyzer::analyze(canvas.image()));
+        }
+        return analysed->second;
+    };
+    host.analysis = [analysis](std::function<void(const VisionAnalysis&)> receiver) {
+        receiver(analysis());
+    };
+    // Without a window to check them in, what is found is redacted at once, in black.
+    host.redactSensitiveText = [&canvas, analysis](SensitiveKinds kinds,
+                                                   std::function<void(int, bool)> done) {
+        const VisionAnalysis& found = analysis();
+        std::vector<QRectF> lines;
+        for (const OCRLine& line : found.lines) {
+            lines.push_back(line.rect);
+        }
+        std::vector<imageops::RedactionArea> areas;
+        for (const SensitiveMatch& match : findSensitiveText(found, kinds)) {
+            areas.push_back({match.rect, imageops::RedactionStyle::fill});
+        }
+        if (!areas.empty()) {
+            canvas.replaceImage(imageops::redact(canvas.image(), areas, Color::black(), lines),
+                                canvas.annotations(),
+                                imageops::redactionActionName(int(areas.size())));
+        }
+        done(int(areas.size()), true);
     };
     host.applyFilter = [&canvas](const QString& kind, double strength) {
         const auto filtered = filters::applyFilter(canvas.image(), kind, strength);
         if (!filtered) {
             return false;
         }
-        const QString name = kind.toLower();
-        canvas.replaceImage(
-            *filtered, canvas.annotations(),
-            QStringLiteral("Apply %1 (AI)").arg(name.left(1).toUpper() + name.mid(1)));
+        canvas.replaceImage(*filtered, canvas.annotations(),
+                            imageops::assistantFilterActionName(kind));
         return true;
     };
     host.replaceImage = [&canvas](const QImage& image) {
-        QImage normalized = image;
-        normalized.setDevicePixelRatio(1);
-        canvas.replaceImage(
-            normalized,
-            imageops::mapToNewImage(canvas.annotations(), canvas.image().size(), image.size()),
-            QStringLiteral("Gemini Edit"));
+        const auto edited =
+            imageops::assistantImage(image, canvas.annotations(), canvas.image().size());
+        if (edited) {
+            canvas.replaceImage(edited->image, edited->annotations,
+                                QString::fromLatin1(imageops::assistantImageActionName));
+        }
     };
     QString answer;
     std::optional<QString> failedWith;
