@@ -64,6 +64,12 @@ QRectF sensitiveSpanRect(const OCRLine& line, int start, int length) {
     return QRectF(QPointF(left, rect.top()), QPointF(std::max(left, right), rect.bottom()));
 }
 
+QRectF redactionAreaFor(const QRectF& matchRect, QSize imageSize) {
+    const QRectF box = matchRect.normalized();
+    const double grow = box.height() / 4;
+    return box.adjusted(-2, -grow, 2, grow) & QRectF(QPointF(0, 0), QSizeF(imageSize));
+}
+
 std::vector<SensitiveMatch> findSensitiveText(const VisionAnalysis& analysis,
                                               SensitiveKinds kinds) {
     std::vector<SensitiveMatch> matches;

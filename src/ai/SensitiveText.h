@@ -87,6 +87,11 @@ QRectF sensitiveSpanRect(const OCRLine& line, int start, int length);
 std::vector<SensitiveMatch> findSensitiveText(const VisionAnalysis& analysis,
                                               SensitiveKinds kinds = allSensitiveKinds);
 
+/// The area to redact for a match's box: recognised line boxes hug the letters, while
+/// underscores and some descenders reach below them, so the box grows by a quarter of its height
+/// up and down and by two pixels sideways, within the image.
+QRectF redactionAreaFor(const QRectF& matchRect, QSize imageSize);
+
 // --- Requests --------------------------------------------------------------------------------
 
 /// Whether a plain-language (English) request asks to redact something: "redact" or "censor"

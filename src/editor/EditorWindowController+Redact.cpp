@@ -113,8 +113,8 @@ void EditorWindowController::markSensitiveText(SensitiveKinds kinds,
         std::vector<RedactionMark> proposals;
         const QPointF inset(geometry::canvasInset, geometry::canvasInset);
         for (const SensitiveMatch& match : vellumix::findSensitiveText(analysis, kinds)) {
-            proposals.push_back(
-                {match.rect.translated(inset), true, sensitiveKindName(match.kind)});
+            proposals.push_back({redactionAreaFor(match.rect, searched.size()).translated(inset),
+                                 true, sensitiveKindName(match.kind)});
         }
         const int found = int(proposals.size());
         marks.setProposals(std::move(proposals));

@@ -329,6 +329,11 @@ TEST(SensitiveBoxes, SpanBoxesCoverTheDrawnTextInProportionalAndMonospacedFaces)
     }
 }
 
+TEST(SensitiveBoxes, RedactionAreasReachBelowTheLettersWithinThePicture) {
+    EXPECT_EQ(redactionAreaFor(QRectF(100, 50, 200, 20), QSize(800, 600)), QRectF(98, 45, 204, 30));
+    EXPECT_EQ(redactionAreaFor(QRectF(0, 590, 50, 8), QSize(800, 600)), QRectF(0, 588, 52, 12));
+}
+
 TEST(SensitiveBoxes, SpanBoxesAreClampedAndLongSpansTakeTheLine) {
     // 33 characters over 330 pixels.
     const OCRLine contact = line("Contact: john.doe@example.com now", QRectF(100, 50, 330, 20));

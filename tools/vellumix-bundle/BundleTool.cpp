@@ -337,7 +337,8 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
         }
         std::vector<imageops::RedactionArea> areas;
         for (const SensitiveMatch& match : findSensitiveText(found, kinds)) {
-            areas.push_back({match.rect, imageops::RedactionStyle::fill});
+            areas.push_back({redactionAreaFor(match.rect, canvas.image().size()),
+                             imageops::RedactionStyle::fill});
         }
         if (!areas.empty()) {
             canvas.replaceImage(imageops::redact(canvas.image(), areas, Color::black(), lines),
