@@ -77,6 +77,9 @@ struct Editor {
     bool askAndAwaitFirstCharacter() {
         QLineEdit* field = window->promptField();
         field->setText(QStringLiteral("what does it say?"));
+        // As a person types there: the field holds the focus, so Return is the field's and not
+        // the window's save key.
+        field->setFocus(Qt::OtherFocusReason);
         QTest::keyClick(field, Qt::Key_Return);
         // Woken by each event as it comes, so the time is not rounded to a polling interval.
         QElapsedTimer waited;
