@@ -38,17 +38,22 @@ void EditorWindowController::imageDidChange(const QImage& image) {
     (void)history->refreshImage(image, *m_bundlePath);
 }
 
-void EditorWindowController::replaceInSession(const imageops::Edited& edited,
-                                              std::optional<QRectF> crop) {
+void EditorWindowController::replaceInSession(
+    const imageops::Edited& edited, std::optional<QRectF> crop,
+    const std::function<QRectF(const QRectF&)>& carryMarks) {
     CanvasDocument& document = m_canvas->document();
     // The crop first: the read-outs refresh with the new image and show the crop's size.
     document.cropRect = crop;
     document.setImageAndAnnotations(edited.image, edited.annotations);
-    // Marks lie on the picture as it was: they start over on the new one.
+    // Marks turn and mirror with the picture; where the picture changes otherwise (a
+    // straightened page) they no longer say what to hide and start over.
     if (redactionMarks().isActive()) {
-        redactionMarks().clear();
-        setRedactMode(false);
-        setRedactMode(true);
+        if (carryMarks) {
+            redactionMarks().mapMarks(carryMarks);
+        } else {
+            redactionMarks().clear();
+        }
+        followSessionImage();
     }
     m_model->setEditImageSessionMutated(true);
     m_canvas->update();
@@ -62,11 +67,14 @@ void EditorWindowController::rotateRight() {
         beep();
         return;
     }
+    const auto turn = [before](const QRectF& rect) {
+        return imageops::rotateCropRight(rect, before);
+    };
     std::optional<QRectF> crop = document.cropRect;
     if (crop) {
-        crop = imageops::rotateCropRight(*crop, before);
+        crop = turn(*crop);
     }
-    replaceInSession(*rotated, crop);
+    replaceInSession(*rotated, crop, turn);
 }
 
 void EditorWindowController::flip(Qt::Orientation axis) {
@@ -76,11 +84,14 @@ void EditorWindowController::flip(Qt::Orientation axis) {
         beep();
         return;
     }
+    const auto mirror = [size = currentImage().size(), axis](const QRectF& rect) {
+        return imageops::flipCrop(rect, size, axis);
+    };
     std::optional<QRectF> crop = document.cropRect;
     if (crop) {
-        crop = imageops::flipCrop(*crop, currentImage().size(), axis);
+        crop = mirror(*crop);
     }
-    replaceInSession(*flipped, crop);
+    replaceInSession(*flipped, crop, mirror);
 }
 
 void EditorWindowController::autoEnhanceImage() {
@@ -89,8 +100,8 @@ void EditorWindowController::autoEnhanceImage() {
         beep();
         return;
     }
-    replaceInSession({*enhanced, m_canvas->document().annotations()},
-                     m_canvas->document().cropRect);
+    replaceInSession({*enhanced, m_canvas->document().annotations()}, m_canvas->document().cropRect,
+                     [](const QRectF& rect) { return rect; });
 }
 
 void EditorWindowController::straightenDocument() {

@@ -54,20 +54,28 @@ void EditorWindowController::setRedactMode(bool on) {
     if (on && m_model->activeTool() != Tool::editImage) {
         selectTool(Tool::editImage);
     }
-    if (on && !marks.isActive()) {
-        marks.setImage(currentImage(), QPointF(geometry::canvasInset, geometry::canvasInset));
-        // The pixelation's blocks follow the text lines: the analysis starts now, off the main
-        // thread, and is usually there before the first mark is applied.
-        QPointer<EditorWindowController> self(this);
-        m_visionAnalysis->request([self](const VisionAnalysis& analysis) {
-            if (self && self->m_redactionMarks->isActive()) {
-                self->m_redactionMarks->setTextLines(lineRects(analysis));
-            }
-        });
-    }
+    const bool starting = on && !marks.isActive();
     marks.setActive(on);
+    if (starting) {
+        followSessionImage();
+    }
     m_redactionBar->showMode(on, marks.style(), marks.fillColor());
     showRedactionCount();
+}
+
+void EditorWindowController::followSessionImage() {
+    m_redactionMarks->setImage(currentImage(),
+                               QPointF(geometry::canvasInset, geometry::canvasInset));
+    // The pixelation's blocks follow the text lines: the analysis starts now, off the main
+    // thread, and is usually there before the first mark is applied.
+    const qint64 picture = currentImage().cacheKey();
+    QPointer<EditorWindowController> self(this);
+    m_visionAnalysis->request([self, picture](const VisionAnalysis& analysis) {
+        if (self && self->m_redactionMarks->isActive() &&
+            self->currentImage().cacheKey() == picture) {
+            self->m_redactionMarks->setTextLines(lineRects(analysis));
+        }
+    });
 }
 
 void EditorWindowController::endRedaction() {

@@ -216,13 +216,17 @@ private:
     // +Redact
     void buildRedaction(RedactionBar* bar);
     void endRedaction();
+    /// The session's picture changed (or the mode started): marks lie on the new one.
+    void followSessionImage();
     void showRedactionCount();
     /// The session's picture with the marks switched on redacted; none without any.
     std::optional<QImage> redactedSessionImage() const;
 
     // +ImageEdit
     void imageDidChange(const QImage& image);
-    void replaceInSession(const imageops::Edited& edited, std::optional<QRectF> crop);
+    /// `carryMarks` takes redaction marks onto the new picture; without it they are dropped.
+    void replaceInSession(const imageops::Edited& edited, std::optional<QRectF> crop,
+                          const std::function<QRectF(const QRectF&)>& carryMarks = {});
 
     EditorServices m_services;
     std::optional<QString> m_bundlePath;

@@ -110,6 +110,13 @@ void RedactionMarks::clear() {
     changed();
 }
 
+void RedactionMarks::mapMarks(const std::function<QRectF(const QRectF&)>& map) {
+    for (RedactionMark& mark : m_marks) {
+        mark.rect = map(mark.rect).normalized();
+    }
+    changed();
+}
+
 int RedactionMarks::enabledCount() const {
     return int(std::count_if(m_marks.begin(), m_marks.end(),
                              [](const RedactionMark& mark) { return mark.enabled; }));

@@ -58,6 +58,9 @@ public:
     /// rectangle as a dragged mark is left out.
     void setProposals(std::vector<RedactionMark> proposals);
     void clear();
+    /// The picture was turned or mirrored: every mark follows it through `map` (canvas
+    /// coordinates in, canvas coordinates out).
+    void mapMarks(const std::function<QRectF(const QRectF&)>& map);
     int enabledCount() const;
     /// The marks switched on, in image pixels, for `imageops::redact`.
     std::vector<imageops::RedactionArea> areas() const;

@@ -83,6 +83,25 @@ TEST_F(RedactModeTest, DraggedAreasAreRedactedOnApplyAsOneStep) {
     EXPECT_EQ(doc().undoStack().count(), 1);
 }
 
+TEST_F(RedactModeTest, MarksTurnAndMirrorWithThePicture) {
+    openImage(400, 300);
+    editImageButton()->click();
+    bar()->modeButton()->click();
+    dragOnCanvas({40, 40}, {140, 80}); // image pixels (20, 20) to (120, 60)
+    imageEditButton("rotate-right")->click();
+    ASSERT_EQ(marks().marks().size(), 1u);
+    // A quarter turn clockwise: x' = 300 − y, y' = x in the new 300 × 400 picture.
+    EXPECT_EQ(marks().marks()[0].rect, QRectF(260, 40, 40, 100));
+    imageEditButton("flip-horizontal")->click();
+    EXPECT_EQ(marks().marks()[0].rect, QRectF(40, 40, 40, 100));
+    applyEditButton()->click();
+    EXPECT_EQ(doc().image().size(), QSize(300, 400));
+    EXPECT_TRUE(allOf(doc().image(), QRect(20, 20, 40, 100), qRgb(0, 0, 0)));
+    EXPECT_EQ(doc().image().pixel(70, 50), qRgb(255, 255, 255));
+    // Turned as well as redacted: the session's one step is named after all of it.
+    EXPECT_EQ(doc().undoStack().undoText(), "Edit Image");
+}
+
 TEST_F(RedactModeTest, SensitiveTextIsProposedAndOnlyWhatStaysSwitchedOnIsHidden) {
     EditorDocument document;
     document.image = pictureWithAnEmailAddress();
