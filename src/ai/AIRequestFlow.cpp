@@ -85,12 +85,19 @@ void AIRequestFlow::ownerClosed() {
     if (!isRunning()) {
         return;
     }
-    const auto run = m_run;
+    endOwnerGone(m_run);
+    cancel();
+}
+
+CanvasDocument* AIRequestFlow::hostCanvas() const {
+    return m_host.canvas ? m_host.canvas() : nullptr;
+}
+
+void AIRequestFlow::endOwnerGone(std::shared_ptr<Run> run) {
     if (m_listener.response) {
         m_listener.response(QStringLiteral("Editor closed."));
     }
     finish(run, false);
-    cancel();
 }
 
 QString AIRequestFlow::redactionResponse(int count, bool applied) {
@@ -111,11 +118,8 @@ bool AIRequestFlow::redactInstead(const std::shared_ptr<Run>& run, QueryRoute ro
         !isRedactionRequest(run->query)) {
         return false;
     }
-    if (!m_host.canvas || !m_host.canvas()) {
-        if (m_listener.response) {
-            m_listener.response(QStringLiteral("Editor closed."));
-        }
-        finish(run, false);
+    if (!hostCanvas()) {
+        endOwnerGone(run);
         return true;
     }
     // The secrets stay on this computer: the recognised text finds them, no model is asked.
@@ -186,7 +190,7 @@ void AIRequestFlow::start(AIProvider provider, const QString& query,
 
 QString AIRequestFlow::contextFor(QueryRoute route, const std::optional<VisionAnalysis>& analysis,
                                   const QString& query) const {
-    CanvasDocument* canvas = m_host.canvas ? m_host.canvas() : nullptr;
+    CanvasDocument* canvas = hostCanvas();
     if (!canvas) {
         return {};
     }
@@ -280,7 +284,7 @@ void AIRequestFlow::localRequest(const std::shared_ptr<Run>& run, QueryRoute rou
             run->query, context, events,
             guarded(run, [this](const std::shared_ptr<Run>&, const FilterDirectivePublic& filter) {
                 QString response = filter.summary;
-                if (!m_host.canvas || !m_host.canvas()) {
+                if (!hostCanvas()) {
                     response = QStringLiteral("Editor closed.");
                 } else if (filter.shouldApply &&
                            !(m_host.applyFilter &&
@@ -298,7 +302,7 @@ void AIRequestFlow::localRequest(const std::shared_ptr<Run>& run, QueryRoute rou
 
 void AIRequestFlow::applyDirective(const std::shared_ptr<Run>&,
                                    const AICanvasDirectivePublic& directive) {
-    CanvasDocument* canvas = m_host.canvas ? m_host.canvas() : nullptr;
+    CanvasDocument* canvas = hostCanvas();
     QString response = directive.summary;
     if (!canvas) {
         response = QStringLiteral("Editor closed.");
@@ -347,12 +351,9 @@ void AIRequestFlow::runCloud(const std::shared_ptr<Run>& run) {
 }
 
 void AIRequestFlow::cloudRequest(const std::shared_ptr<Run>& run, QueryRoute route) {
-    CanvasDocument* canvas = m_host.canvas ? m_host.canvas() : nullptr;
+    CanvasDocument* canvas = hostCanvas();
     if (!canvas) {
-        if (m_listener.response) {
-            m_listener.response(QStringLiteral("Editor closed."));
-        }
-        finish(run, false);
+        endOwnerGone(run);
         return;
     }
     GeminiService& gemini = *m_clients.gemini;
@@ -427,7 +428,7 @@ void AIRequestFlow::cloudRequest(const std::shared_ptr<Run>& run, QueryRoute rou
                     return;
                 }
                 const auto& result = std::get<GeminiResult>(out);
-                const bool present = m_host.canvas && m_host.canvas();
+                const bool present = hostCanvas() != nullptr;
                 if (result.image && present && m_host.replaceImage) {
                     m_host.replaceImage(*result.image);
                 }
@@ -455,7 +456,7 @@ void AIRequestFlow::cloudRequest(const std::shared_ptr<Run>& run, QueryRoute rou
                 return;
             }
             const auto& result = std::get<GeminiDetectionResult>(out);
-            CanvasDocument* canvas = m_host.canvas ? m_host.canvas() : nullptr;
+            CanvasDocument* canvas = hostCanvas();
             QString response = QStringLiteral("Editor closed.");
             if (canvas) {
                 std::vector<AICanvasCommand> commands;

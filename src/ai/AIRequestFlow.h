@@ -96,6 +96,10 @@ private:
                        const QString& query) const;
     void classified();
     void fail(const std::shared_ptr<Run>& run, const QString& message);
+    /// The canvas, or null once its owner has gone.
+    CanvasDocument* hostCanvas() const;
+    /// The owner went while the request ran: "Editor closed." and the end, nothing changed.
+    void endOwnerGone(std::shared_ptr<Run> run);
     void finish(const std::shared_ptr<Run>& run, bool emptyField);
 
     Clients m_clients;

@@ -4,6 +4,15 @@
 
 namespace vellumix {
 
+std::vector<QRectF> lineRects(const VisionAnalysis& analysis) {
+    std::vector<QRectF> rects;
+    rects.reserve(analysis.lines.size());
+    for (const OCRLine& line : analysis.lines) {
+        rects.push_back(line.rect);
+    }
+    return rects;
+}
+
 void assignLineSizes(std::vector<OCRLine>& lines) {
     for (OCRLine& line : lines) {
         line.relativeSize = OCRLineSize::regular;

@@ -36,6 +36,9 @@ struct VisionAnalysis {
     std::vector<SalientRegion> salientRegions;
 };
 
+/// The rectangles of the recognised lines, in order.
+std::vector<QRectF> lineRects(const VisionAnalysis& analysis);
+
 /// Sizes each line against the median line height (all regular with fewer than 4 lines).
 void assignLineSizes(std::vector<OCRLine>& lines);
 

@@ -18,15 +18,6 @@ QString areaCount(int count) {
     return count == 1 ? QStringLiteral("1 area") : QStringLiteral("%1 areas").arg(count);
 }
 
-std::vector<QRectF> lineRects(const VisionAnalysis& analysis) {
-    std::vector<QRectF> rects;
-    rects.reserve(analysis.lines.size());
-    for (const OCRLine& line : analysis.lines) {
-        rects.push_back(line.rect);
-    }
-    return rects;
-}
-
 } // namespace
 
 void EditorWindowController::buildRedaction(RedactionBar* bar) {
@@ -117,7 +108,6 @@ void EditorWindowController::markSensitiveText(SensitiveKinds kinds,
             return;
         }
         self->m_redactionBar->findButton()->setEnabled(true);
-        marks.setTextLines(lineRects(analysis));
         std::vector<RedactionMark> proposals;
         const QPointF inset(geometry::canvasInset, geometry::canvasInset);
         for (const SensitiveMatch& match : vellumix::findSensitiveText(analysis, kinds)) {

@@ -7,7 +7,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
-#include <cmath>
+#include <algorithm>
 
 namespace vellumix {
 
@@ -197,6 +197,10 @@ void RedactionMarks::changed() {
 void RedactionMarks::paint(QPainter& painter, const CanvasSnapshot& c) const {
     painter.save();
     const double zoom = c.zoom;
+    const std::vector<QRectF> guides = blockGuides();
+    // Block previews are kept from one paint to the next (a drag repaints many times a second);
+    // only the ones still shown stay.
+    std::vector<Preview> previews;
     for (const RedactionMark& mark : m_marks) {
         if (mark.enabled) {
             const QRect pixels =
@@ -209,11 +213,18 @@ void RedactionMarks::paint(QPainter& painter, const CanvasSnapshot& c) const {
             } else if (!pixels.isEmpty()) {
                 // The preview: the area's block means, drawn back up without smoothing. The
                 // picture that is applied gets its noise as well.
-                const int block = imageops::pixelationBlockSize(pixels, blockGuides());
+                const int block = imageops::pixelationBlockSize(pixels, guides);
                 const QSize blocks((pixels.width() + block - 1) / block,
                                    (pixels.height() + block - 1) / block);
-                const QImage small = c.image.copy(pixels).scaled(blocks, Qt::IgnoreAspectRatio,
-                                                                 Qt::SmoothTransformation);
+                const Preview key{c.image.cacheKey(), pixels, block, {}};
+                const auto kept = std::find_if(m_previews.begin(), m_previews.end(),
+                                               [&](const Preview& p) { return p.sameAs(key); });
+                const QImage small =
+                    kept != m_previews.end()
+                        ? kept->blocks
+                        : c.image.copy(pixels).scaled(blocks, Qt::IgnoreAspectRatio,
+                                                      Qt::SmoothTransformation);
+                previews.push_back({key.image, pixels, block, small});
                 // The last row and column of blocks are cut off by the area.
                 painter.save();
                 painter.setClipRect(target, Qt::IntersectClip);
@@ -240,6 +251,7 @@ void RedactionMarks::paint(QPainter& painter, const CanvasSnapshot& c) const {
         painter.setBrush(QColor(0, 122, 255, 40));
         painter.drawRect(*rect);
     }
+    m_previews = std::move(previews);
     painter.restore();
 }
 

@@ -4,6 +4,8 @@
 #include "imaging/Redaction.h"
 #include "model/Color.h"
 
+#include <QImage>
+#include <QRect>
 #include <QRectF>
 #include <QString>
 
@@ -87,6 +89,17 @@ private:
     std::vector<QRectF> m_textLines;
     bool m_hasTextLines = false;
     std::vector<RedactionMark> m_marks;
+    /// A pixelated mark's block means, as last painted.
+    struct Preview {
+        qint64 image = 0;
+        QRect pixels;
+        int block = 0;
+        QImage blocks;
+        bool sameAs(const Preview& o) const {
+            return image == o.image && pixels == o.pixels && block == o.block;
+        }
+    };
+    mutable std::vector<Preview> m_previews;
     std::optional<QPointF> m_dragStart;
     std::optional<QPointF> m_dragEnd;
 };

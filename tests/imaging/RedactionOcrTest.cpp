@@ -140,13 +140,7 @@ protected:
         original = nullptr;
     }
 
-    static std::vector<QRectF> recognisedLineRects() {
-        std::vector<QRectF> rects;
-        for (const OCRLine& line : original->lines) {
-            rects.push_back(line.rect);
-        }
-        return rects;
-    }
+    static std::vector<QRectF> recognisedLineRects() { return lineRects(*original); }
 
     // Redacts every secret in `style`, exports, reads back, and checks that no secret leaks
     // and that the innocent lines are still read.

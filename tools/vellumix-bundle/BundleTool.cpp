@@ -331,19 +331,15 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
     host.redactSensitiveText = [&canvas, analysis](SensitiveKinds kinds,
                                                    std::function<void(int, bool)> done) {
         const VisionAnalysis& found = analysis();
-        std::vector<QRectF> lines;
-        for (const OCRLine& line : found.lines) {
-            lines.push_back(line.rect);
-        }
         std::vector<imageops::RedactionArea> areas;
         for (const SensitiveMatch& match : findSensitiveText(found, kinds)) {
             areas.push_back({redactionAreaFor(match.rect, canvas.image().size()),
                              imageops::RedactionStyle::fill});
         }
         if (!areas.empty()) {
-            canvas.replaceImage(imageops::redact(canvas.image(), areas, Color::black(), lines),
-                                canvas.annotations(),
-                                imageops::redactionActionName(int(areas.size())));
+            canvas.replaceImage(
+                imageops::redact(canvas.image(), areas, Color::black(), lineRects(found)),
+                canvas.annotations(), imageops::redactionActionName(int(areas.size())));
         }
         done(int(areas.size()), true);
     };
