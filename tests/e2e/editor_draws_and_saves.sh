@@ -7,7 +7,8 @@
 # no clipboard manager running; a fourth time an area of it captured with `vellumix --capture`;
 # then the same through the status menu of the tray icon (an XEmbed tray, trayer, stands in for
 # the desktop's panel); then a later launch hands a PDF and a bundle over to the running one;
-# last, the picture is exported to the desktop with Return. Processes are stopped by PID.
+# then the picture is exported to the desktop with Return; last, an area of it is redacted in
+# the image-edit session and the result exported. Processes are stopped by PID.
 # usage: editor_draws_and_saves.sh path/to/vellumix path/to/pixel_probe
 set -euo pipefail
 APP=$1
@@ -181,4 +182,34 @@ PROBED=$("$PROBE" "$EXPORTED" 50 85 100 85 10 10 | tr '\n' ' ')
 case "$PROBED" in
   "400x300 #e01b24ff #ffffffff #ffffffff ") echo "PASS (exported): $PROBED" ;;
   *) fail "the exported picture is not the annotated image: $PROBED" ;;
+esac
+
+# Redacted in the image-edit session, then exported: E opens the session, a click on "Redact"
+# (the first control of the second bar, at window point (38, 61)) starts the mode, a drag marks
+# image pixels (200, 150) to (300, 250), Return applies, and Return again exports. The exported
+# PNG is solid black there, while the rectangle drawn before is untouched.
+rm -f "$HOME"/Desktop/Vellumix-*.png
+open_and_draw
+xdotool key e
+sleep 0.3
+xdotool mousemove $((X + 38)) $((Y + 61)) click 1
+sleep 0.3
+xdotool mousemove $(at 200 150) sleep 0.1 mousedown 1 sleep 0.1
+xdotool mousemove $(at 250 200) sleep 0.1
+xdotool mousemove $(at 300 250) sleep 0.1
+xdotool mouseup 1
+sleep 0.3
+xdotool key Return
+sleep 0.5
+xdotool key Return
+for _ in $(seq 1 100); do
+  ls "$HOME"/Desktop/Vellumix-*.png >/dev/null 2>&1 && break
+  sleep 0.05
+done
+EXPORTED=$(ls -1 "$HOME"/Desktop/Vellumix-*.png 2>/dev/null | head -1)
+[ -n "$EXPORTED" ] || fail "nothing was exported after redacting"
+PROBED=$("$PROBE" "$EXPORTED" 201 151 250 200 299 249 305 200 50 85 | tr '\n' ' ')
+case "$PROBED" in
+  "400x300 #000000ff #000000ff #000000ff #ffffffff #e01b24ff ") echo "PASS (redacted): $PROBED" ;;
+  *) fail "the exported picture is not redacted where it was marked: $PROBED" ;;
 esac
