@@ -18,23 +18,26 @@ constexpr qint64 maxAnnotationsFileBytes = 512LL * 1024 * 1024;
 AnnotationList loadAnnotations(const QString& bundlePath) {
     const QDir folder(bundlePath);
     QFile file(folder.filePath(annotationsFile));
-    if (file.size() > maxAnnotationsFileBytes || !file.open(QIODevice::ReadOnly)) {
+    if (!isOwnFile(file.fileName()) || file.size() > maxAnnotationsFileBytes ||
+        !file.open(QIODevice::ReadOnly)) {
         return {};
     }
     const QByteArray data = file.readAll();
     const QString overlays = folder.filePath(overlaysFolder);
     const OverlayImageLoader loadOverlay = [&overlays](const QString& ref) -> QImage {
-        if (!isValidOverlayRef(ref)) {
+        const QString path = overlays + QLatin1Char('/') + ref + QStringLiteral(".png");
+        if (!isValidOverlayRef(ref) || !isOwnFile(overlays) || !isOwnFile(path)) {
             return {};
         }
-        return readImageFile(overlays + QLatin1Char('/') + ref + QStringLiteral(".png"));
+        return readImageFile(path);
     };
     return decodeAnnotations(std::string_view(data.constData(), static_cast<size_t>(data.size())),
                              loadOverlay);
 }
 
 QImage readImage(const QString& bundlePath) {
-    return readImageFile(QDir(bundlePath).filePath(imageFile));
+    const QString path = QDir(bundlePath).filePath(imageFile);
+    return isOwnFile(path) ? readImageFile(path) : QImage();
 }
 
 bool isBundle(const QString& path) {

@@ -4,7 +4,7 @@
 #include "model/OverlayRef.h"
 
 #include <QDir>
-#include <QUuid>
+#include <QFileInfo>
 
 #include <future>
 
@@ -32,10 +32,13 @@ Status writePng(const QImage& image, const QString& path, const BundleServices& 
     if (!data) {
         return Error{QStringLiteral("%1: the image could not be encoded").arg(path)};
     }
-    return writeFileAtomically(path, *data);
+    return writeOwnFile(path, *data);
 }
 
 Status makeFolder(const QString& path) {
+    if (QFileInfo(path).isSymLink()) {
+        return Error{QStringLiteral("%1: is a symbolic link, not written through").arg(path)};
+    }
     if (!QDir().mkpath(path)) {
         return Error{QStringLiteral("%1: the folder could not be created").arg(path)};
     }
@@ -54,7 +57,7 @@ Status finishImage(std::future<std::optional<QByteArray>>& encoded, const QStrin
     if (!data) {
         return Error{QStringLiteral("%1: the image could not be encoded").arg(path)};
     }
-    return writeFileAtomically(path, *data);
+    return writeOwnFile(path, *data);
 }
 
 } // namespace
@@ -77,7 +80,7 @@ Status writePreviews(const QImage& image, const AnnotationList& annotations,
 }
 
 Status writeAnnotations(const AnnotationList& annotations, const QString& bundlePath,
-                        const BundleServices& services) {
+                        const BundleServices& services, WrittenOverlays* written) {
     const QDir folder(bundlePath);
     bool madeOverlays = false;
     for (const Annotation& annotation : annotations) {
@@ -93,13 +96,21 @@ Status writeAnnotations(const AnnotationList& annotations, const QString& bundle
         }
         const QString path =
             folder.filePath(overlaysFolder + QLatin1Char('/') + *overlay->overlayRef + ".png");
-        if (Status written = writePng(overlay->image, path, services); !written) {
-            return written;
+        const qint64 key = overlay->image.cacheKey();
+        if (written && written->contains(*overlay->overlayRef) &&
+            written->at(*overlay->overlayRef) == key && QFileInfo::exists(path)) {
+            continue;
+        }
+        if (Status status = writePng(overlay->image, path, services); !status) {
+            return status;
+        }
+        if (written) {
+            (*written)[*overlay->overlayRef] = key;
         }
     }
     const std::string json = encodeAnnotations(annotations);
-    return writeFileAtomically(folder.filePath(annotationsFile),
-                               QByteArray(json.data(), static_cast<qsizetype>(json.size())));
+    return writeOwnFile(folder.filePath(annotationsFile),
+                        QByteArray(json.data(), static_cast<qsizetype>(json.size())));
 }
 
 Status write(const QImage& image, const AnnotationList& annotations, const QString& bundlePath,
@@ -121,6 +132,10 @@ Status write(const QImage& image, const AnnotationList& annotations, const QStri
         return imageWritten;
     }
     return previews;
+}
+
+Status writeImage(const QImage& image, const QString& bundlePath, const BundleServices& services) {
+    return writePng(image, QDir(bundlePath).filePath(imageFile), services);
 }
 
 Status refreshImage(const QImage& image, const QString& bundlePath,

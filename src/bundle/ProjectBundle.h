@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <functional>
+#include <map>
 #include <variant>
 #include <vector>
 
@@ -41,12 +42,26 @@ inline constexpr double thumbnailWidth = 40;
 inline constexpr double thumbnailHeight = 30;
 inline constexpr int iconSides[] = {16, 32, 128, 256, 512};
 
+/// Whether a bundle file may be read or written: anything but a symbolic link. A bundle is a
+/// folder anyone can hand over; a link inside it (say annotations.json pointing at a file of
+/// the user's) would otherwise make every save of the window write through it, outside the
+/// bundle. Refusals print one line.
+bool isOwnFile(const QString& path);
+/// Writes a bundle file atomically; a symbolic link there is refused, never written through.
+Status writeOwnFile(const QString& path, const QByteArray& data);
+
+/// Overlay images already on disk (overlay reference -> the image's cache key), so that saving
+/// annotations again does not encode unchanged overlays anew.
+using WrittenOverlays = std::map<QString, qint64>;
+
 /// Creates the folder and writes every file: image, annotations, thumbnail, icon.
 Status write(const QImage& image, const AnnotationList& annotations, const QString& bundlePath,
              const BundleServices& services);
 /// Writes the overlay images and "annotations.json" of an existing bundle.
 Status writeAnnotations(const AnnotationList& annotations, const QString& bundlePath,
-                        const BundleServices& services);
+                        const BundleServices& services, WrittenOverlays* written = nullptr);
+/// Rewrites "image.png" only.
+Status writeImage(const QImage& image, const QString& bundlePath, const BundleServices& services);
 /// Rewrites "image.png", then the thumbnail and icon from the new image and the stored
 /// annotations.
 Status refreshImage(const QImage& image, const QString& bundlePath, const BundleServices& services);
@@ -61,6 +76,15 @@ AnnotationList loadAnnotations(const QString& bundlePath);
 QImage readImage(const QString& bundlePath);
 /// Whether a path names a bundle folder whose image decodes.
 bool isBundle(const QString& path);
+
+/// Renames one path to another; false on failure. Replaceable so tests can make it fail.
+using Renamer = std::function<bool(const QString& from, const QString& to)>;
+bool renamePath(const QString& from, const QString& to);
+
+/// Puts the complete folder (or file) `fresh` at `target`. Nothing old is touched before
+/// `fresh` is complete: the old target is moved aside, `fresh` moved in, and the old one
+/// removed last; if moving `fresh` in fails, the old one is put back.
+Status replacePath(const QString& fresh, const QString& target, const Renamer& rename = renamePath);
 
 /// The composite scaled to fit the thumbnail box.
 QImage makeThumbnail(const QImage& composite);

@@ -5,7 +5,7 @@
 #include "canvas/AnnotationCanvasView.h"
 #include "imaging/ImageOperations.h"
 #include "imaging/Redaction.h"
-#include "library/HistoryStore.h"
+#include "library/BundleAutosave.h"
 #include "library/Settings.h"
 #include "platform/ImageFilters.h"
 
@@ -23,19 +23,14 @@ void beep() {
 
 } // namespace
 
-void EditorWindowController::imageDidChange(const QImage& image) {
+void EditorWindowController::imageDidChange(const QImage&) {
     // Every image change passes here (operations, assistant edits, undo): the analysis is stale.
     m_visionAnalysis->invalidate();
-    // The bundle follows every change of the picture, undo and redo included.
-    HistoryStore* history = m_services.history;
-    if (!history || !m_bundlePath) {
-        return;
+    // The bundle follows every applied change of the picture, undo and redo included; inside
+    // an image-edit session it keeps the picture from before the session.
+    if (m_autosave) {
+        m_autosave->changed();
     }
-    const AnnotationList& annotations = m_canvas->document().annotations();
-    if (const Status written = history->writeAnnotations(*m_bundlePath, annotations); !written) {
-        return; // bundle failures are silent; the picture in the window is what counts
-    }
-    (void)history->refreshImage(image, *m_bundlePath);
 }
 
 void EditorWindowController::replaceInSession(

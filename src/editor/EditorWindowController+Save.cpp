@@ -1,5 +1,6 @@
 #include "EditorModel.h"
 #include "EditorWindowController.h"
+#include "ProjectSaveDialog.h"
 #include "SplitButtons.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationCanvasView.h"
@@ -156,12 +157,8 @@ void EditorWindowController::exportAs() {
 }
 
 void EditorWindowController::saveProject() {
-    QFileDialog dialog(this);
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setFileMode(QFileDialog::AnyFile);
+    ProjectSaveDialog dialog(this);
     dialog.setWindowTitle(saveModeTitle(SaveMode::saveProject));
-    dialog.setNameFilter(QStringLiteral("Vellumix project (*.vellumix)"));
-    dialog.setDefaultSuffix(QStringLiteral("vellumix"));
     dialog.selectFile(suggestedBaseName(QDateTime::currentDateTime()));
     QApplication::setActiveWindow(this);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
@@ -173,27 +170,28 @@ void EditorWindowController::saveProject() {
 bool EditorWindowController::writeProject(const QString& path) {
     CanvasDocument& document = m_canvas->document();
     document.commitTextEditing(false);
-    // Written beside the target first, so a failure never costs the project already there.
-    const QString partial = path + QStringLiteral(".partial");
-    QDir(partial).removeRecursively();
-    const Status written =
-        bundle::write(currentImage(), document.annotations(), partial, platformBundleServices());
     QString failure;
-    if (!written) {
-        failure = written.error().message;
+    const QFileInfo target(path);
+    if (target.isDir() && !target.isSymLink() && !bundle::isBundle(path)) {
+        // Only a project is replaced, never a folder of the user's that merely has its name.
+        failure = QStringLiteral("%1: is a folder but not a Vellumix project").arg(path);
     } else {
-        const QFileInfo target(path);
-        if (target.isDir()) {
-            QDir(path).removeRecursively();
-        } else if (target.exists()) {
-            QFile::remove(path);
+        // Complete beside the target first; the old project is swapped out only then.
+        const QString partial = QStringLiteral("%1/.%2.partial-%3")
+                                    .arg(target.absolutePath(), target.fileName())
+                                    .arg(QCoreApplication::applicationPid());
+        QDir(partial).removeRecursively();
+        Status written = bundle::write(currentImage(), document.annotations(), partial,
+                                       platformBundleServices());
+        if (written) {
+            written = bundle::replacePath(partial, path);
         }
-        if (!QDir().rename(partial, path)) {
-            failure = QStringLiteral("%1: the project could not be moved into place").arg(path);
+        if (!written) {
+            failure = written.error().message;
+            QDir(partial).removeRecursively();
         }
     }
     if (!failure.isEmpty()) {
-        QDir(partial).removeRecursively();
         QApplication::beep();
         report(QStringLiteral("Save Project failed: ") + failure);
         return false;

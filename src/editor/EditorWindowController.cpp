@@ -7,6 +7,7 @@
 #include "ai/AIRequestFlow.h"
 #include "ai/RequestTexts.h"
 #include "canvas/AnnotationCanvasView.h"
+#include "library/BundleAutosave.h"
 #include "library/HistoryStore.h"
 #include "library/PresetMenu.h"
 #include "library/Settings.h"
@@ -18,6 +19,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QStyle>
+#include <QUndoStack>
 
 #include <cstdio>
 
@@ -55,6 +57,7 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
                                             document.image, visibleFrame);
     m_visionAnalysis = std::make_unique<AnalysisCache>([this] { return currentImage(); });
     canvas.setAnnotationsWithoutUndo(std::move(document.initialAnnotations));
+    startAutosave(document.image);
 
     buildInterface();
     buildAssistant();
@@ -79,6 +82,8 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
 EditorWindowController::~EditorWindowController() {
     // A request still running is dropped before the canvas it works on.
     m_aiFlow.reset();
+    // The autosave reads the model; it stops first.
+    m_autosave.reset();
     // The model detaches from the canvas's document before the canvas goes.
     m_model.reset();
     m_canvas->document().gestureLayer = nullptr;
@@ -103,10 +108,41 @@ void EditorWindowController::showEvent(QShowEvent* event) {
     m_canvas->setFocus(Qt::OtherFocusReason);
 }
 
+void EditorWindowController::startAutosave(const QImage& storedImage) {
+    HistoryStore* history = m_services.history;
+    if (!history || !m_bundlePath) {
+        return;
+    }
+    history->holdOpen(*m_bundlePath);
+    // During an image-edit session the bundle keeps what Cancel would restore.
+    auto bundleState = [this]() -> BundleAutosave::State {
+        const CanvasDocument& document = m_canvas->document();
+        if (const auto& entry = m_model->editImageEntrySnapshot()) {
+            return {*entry, m_model->editImageEntryAnnotations().value_or(document.annotations())};
+        }
+        return {currentImage(), document.annotations()};
+    };
+    m_autosave = std::make_unique<BundleAutosave>(*m_bundlePath, history->services(),
+                                                  std::move(bundleState), storedImage);
+    // Every undo step, undo and redo included, changes the annotations or the image.
+    connect(&m_canvas->document().undoStack(), &QUndoStack::indexChanged, this, [this] {
+        if (m_autosave) { // gone once the window has closed
+            m_autosave->changed();
+        }
+    });
+}
+
 void EditorWindowController::discardAndClose() {
     m_isDiscarded = true;
+    if (m_autosave) {
+        m_autosave->stop();
+    }
     if (m_bundlePath && m_services.history) {
-        (void)m_services.history->deleteBundle(*m_bundlePath);
+        // A project of the user's goes to the trash; a history bundle is deleted.
+        if (const Status status = m_services.history->discardBundle(*m_bundlePath); !status) {
+            std::printf("[Vellumix] Discard: %s\n", qPrintable(status.error().message));
+            std::fflush(stdout);
+        }
     }
     close();
 }
@@ -128,23 +164,17 @@ void EditorWindowController::closeEvent(QCloseEvent* event) {
 }
 
 void EditorWindowController::saveOnClose() {
-    CanvasDocument& canvas = m_canvas->document();
     // Text still being typed belongs to the document.
-    canvas.commitTextEditing(false);
-    HistoryStore* history = m_services.history;
-    if (history && m_bundlePath && !m_isDiscarded) {
-        // An image edit left unapplied is not kept: the bundle gets the image from before it.
-        const auto& snapshot = m_model->editImageEntrySnapshot();
-        if (m_model->editImageSessionMutated() && snapshot) {
-            if (const Status status = history->refreshImage(*snapshot, *m_bundlePath); !status) {
-                std::printf("Save failed: %s\n", qPrintable(status.error().message));
-            }
+    m_canvas->document().commitTextEditing(false);
+    if (m_autosave) {
+        // An image edit left unapplied is not kept: the autosave writes the image and the
+        // annotations from before it (failures are reported as they happen).
+        if (!m_isDiscarded) {
+            (void)m_autosave->flush();
         }
-        const Status status = history->saveOnClose(*m_bundlePath, canvas.annotations());
-        if (!status) {
-            std::printf("Save failed: %s\n", qPrintable(status.error().message));
-        }
-        std::fflush(stdout);
+        m_autosave.reset();
+        // Released after the last write: pruning may take the bundle now.
+        m_services.history->release(*m_bundlePath);
     }
     m_model->windowWillClose();
 }

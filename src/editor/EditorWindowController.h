@@ -31,6 +31,7 @@ class AnalysisCache;
 class GeminiService;
 class PromptHistoryBrowser;
 class AnnotationCanvasView;
+class BundleAutosave;
 class CenteringClipView;
 class ColorWell;
 class EditorModel;
@@ -206,7 +207,8 @@ private:
     bool promptFieldKey(int key);
     void promptBeep();
 
-    // Closing
+    // Closing and the bundle
+    void startAutosave(const QImage& storedImage);
     void saveOnClose();
 
     // +Save
@@ -233,6 +235,7 @@ private:
     std::optional<QString> m_sourceFormat;
     bool m_isDiscarded = false;
     bool m_closed = false;
+    std::unique_ptr<BundleAutosave> m_autosave;
 
     AnnotationCanvasView* m_canvas = nullptr;
     CenteringClipView* m_scrollView = nullptr;

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
+#include <QRegularExpression>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -18,6 +19,21 @@ qint64 creationKey(const QFileInfo& info) {
     return born.isValid() ? born.toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
 }
 
+// Creation order told by the name, for equal birth times: the time stamp, then the number of
+// the bundle within its second ("…-101500" before "…-101500-2" before "…-101500-10").
+std::pair<QString, int> nameOrder(const QString& path) {
+    const QString base = QFileInfo(path).completeBaseName();
+    static const QRegularExpression numbered(QStringLiteral("^(.*\\d{6})-(\\d+)$"));
+    if (const auto match = numbered.match(base); match.hasMatch()) {
+        return {match.captured(1), match.captured(2).toInt()};
+    }
+    return {base, 1};
+}
+
+QString canonical(const QString& path) {
+    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+}
+
 QDateTime entryDate(const QString& bundlePath) {
     const QFileInfo annotations(QDir(bundlePath).filePath(bundle::annotationsFile));
     if (annotations.exists() && annotations.lastModified().isValid()) {
@@ -28,7 +44,8 @@ QDateTime entryDate(const QString& bundlePath) {
 }
 
 std::optional<HistoryStore::Entry> makeEntry(const QString& bundlePath, bool external) {
-    QImage thumbnail(QDir(bundlePath).filePath(bundle::thumbnailFile));
+    const QString thumbnailPath = QDir(bundlePath).filePath(bundle::thumbnailFile);
+    QImage thumbnail = bundle::isOwnFile(thumbnailPath) ? QImage(thumbnailPath) : QImage();
     if (thumbnail.isNull()) {
         return std::nullopt;
     }
@@ -62,10 +79,13 @@ QString HistoryStore::standardStorePath() {
            QStringLiteral("/Vellumix");
 }
 
-QString HistoryStore::bundleName(const QDateTime& when) {
+QString HistoryStore::bundleName(const QDateTime& when, int n) {
     // Digits only, so the C locale keeps names stable whatever the user's language.
-    return QLocale::c().toString(when, QStringLiteral("yyyy-MM-dd-HHmmss")) + QLatin1Char('.') +
-           bundleExtension;
+    QString name = QLocale::c().toString(when, QStringLiteral("yyyy-MM-dd-HHmmss"));
+    if (n > 1) {
+        name += QStringLiteral("-%1").arg(n);
+    }
+    return name + QLatin1Char('.') + bundleExtension;
 }
 
 QStringList HistoryStore::storeItems() const {
@@ -83,7 +103,29 @@ QStringList HistoryStore::storeItems() const {
 }
 
 Result<QString> HistoryStore::createBundle(const QImage& image, const AnnotationList& annotations) {
-    const QString path = QDir(m_storePath).filePath(bundleName(m_clock()));
+    const QDateTime now = m_clock();
+    const QDir store(m_storePath);
+    // Numbers go on after the highest of the same second still there, so names keep telling
+    // the order of creation even once earlier ones have been pruned.
+    const QString stamp = QFileInfo(bundleName(now)).completeBaseName();
+    int n = 1;
+    for (const QString& item : storeItems()) {
+        if (const auto [itemStamp, number] = nameOrder(item); itemStamp == stamp) {
+            n = std::max(n, number + 1);
+        }
+    }
+    // Creating the folder claims the name: mkdir fails when another bundle of the same second,
+    // from this process or any other, got there first.
+    QString path;
+    for (const int last = n + 1000; path.isEmpty(); ++n) {
+        const QString name = bundleName(now, n);
+        if (store.mkdir(name)) {
+            path = store.filePath(name);
+        } else if (!QFileInfo::exists(store.filePath(name)) || n >= last) {
+            return Error{
+                QStringLiteral("%1: the folder could not be created").arg(store.filePath(name))};
+        }
+    }
     if (Status written = bundle::write(image, annotations, path, m_services); !written) {
         return written.error();
     }
@@ -100,12 +142,33 @@ void HistoryStore::prune() {
     for (const QString& path : storeItems()) {
         items.push_back({path, creationKey(QFileInfo(path))});
     }
-    // Newest first; equal creation times fall back to the (time-stamped) name.
+    // Newest first; equal creation times fall back to the order the names tell.
     std::sort(items.begin(), items.end(), [](const Item& a, const Item& b) {
-        return a.created != b.created ? a.created > b.created : a.path > b.path;
+        return a.created != b.created ? a.created > b.created
+                                      : nameOrder(a.path) > nameOrder(b.path);
     });
     for (size_t i = maxEntries; i < items.size(); ++i) {
-        removeItem(items[i].path); // a failure leaves that item; pruning goes on
+        // A bundle an open window works on goes when the window releases it.
+        if (!m_held.contains(canonical(items[i].path))) {
+            removeItem(items[i].path); // a failure leaves that item; pruning goes on
+        }
+    }
+}
+
+void HistoryStore::holdOpen(const QString& bundlePath) {
+    ++m_held[canonical(bundlePath)];
+}
+
+void HistoryStore::release(const QString& bundlePath) {
+    const auto held = m_held.find(canonical(bundlePath));
+    if (held == m_held.end()) {
+        return;
+    }
+    if (--held->second == 0) {
+        m_held.erase(held);
+    }
+    if (isInStore(bundlePath)) {
+        prune();
     }
 }
 
@@ -148,6 +211,21 @@ QStringList HistoryStore::externalPaths() const {
 
 Status HistoryStore::deleteBundle(const QString& bundlePath) {
     return removeItem(bundlePath);
+}
+
+bool HistoryStore::isInStore(const QString& bundlePath) const {
+    return QFileInfo(canonical(bundlePath)).absolutePath() == canonical(m_storePath);
+}
+
+Status HistoryStore::discardBundle(const QString& bundlePath) {
+    if (isInStore(bundlePath)) {
+        return deleteBundle(bundlePath);
+    }
+    if (!QFileInfo::exists(bundlePath) || QFile::moveToTrash(bundlePath)) {
+        return success();
+    }
+    return Error{
+        QStringLiteral("%1: could not be moved to the trash; left in place").arg(bundlePath)};
 }
 
 void HistoryStore::reveal(const QString& bundlePath) const {

@@ -7,6 +7,7 @@
 #include <QImage>
 
 #include <functional>
+#include <map>
 #include <vector>
 
 namespace vellumix {
@@ -37,8 +38,10 @@ public:
     /// `$XDG_DATA_HOME/Vellumix`.
     static QString standardStorePath();
     const QString& storePath() const { return m_storePath; }
+    const BundleServices& services() const { return m_services; }
 
-    /// Writes a new bundle named after the current local time, then prunes the store.
+    /// Writes a new bundle named after the current local time (with "-2", "-3", … when that
+    /// second already has one), then prunes the store.
     Result<QString> createBundle(const QImage& image, const AnnotationList& annotations);
     /// Store and external entries with a readable thumbnail, newest first, at most `limit`.
     std::vector<Entry> allEntries(int limit) const;
@@ -47,10 +50,18 @@ public:
     QStringList externalPaths() const;
     /// Removes a bundle for good (not to the trash).
     Status deleteBundle(const QString& bundlePath);
+    /// Discarding a window's bundle: one of the history's is deleted; a project that lives
+    /// elsewhere is the user's own and goes to the desktop's trash, where it can be restored.
+    Status discardBundle(const QString& bundlePath);
+    bool isInStore(const QString& bundlePath) const;
     /// Shows the bundle's image in the file manager.
     void reveal(const QString& bundlePath) const;
-    /// Deletes store bundles beyond the newest 10 by creation time.
+    /// Deletes store bundles beyond the newest 10 by creation time, except those held open.
     void prune();
+    /// An editor window works on the bundle: pruning leaves it alone until it is released.
+    void holdOpen(const QString& bundlePath);
+    /// The window closed: the bundle is pruned now if it has fallen beyond the newest 10.
+    void release(const QString& bundlePath);
 
     // The editor window's side of a bundle.
     Status writeAnnotations(const QString& bundlePath, const AnnotationList& annotations);
@@ -60,8 +71,9 @@ public:
     /// (left as they were when the image cannot be read).
     Status saveOnClose(const QString& bundlePath, const AnnotationList& annotations);
 
-    /// "yyyy-MM-dd-HHmmss.vellumix" for a moment in local time.
-    static QString bundleName(const QDateTime& when);
+    /// "yyyy-MM-dd-HHmmss.vellumix" for a moment in local time; the `n`th bundle of the same
+    /// second (from 2) is "yyyy-MM-dd-HHmmss-n.vellumix".
+    static QString bundleName(const QDateTime& when, int n = 1);
 
 private:
     QStringList storeItems() const;
@@ -71,6 +83,7 @@ private:
     BundleServices m_services;
     Revealer m_reveal;
     Clock m_clock;
+    std::map<QString, int> m_held;
 };
 
 } // namespace vellumix

@@ -8,7 +8,10 @@
 #include <QImageReader>
 #include <QTemporaryDir>
 
+#include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 using namespace vellumix;
 
@@ -38,6 +41,10 @@ protected:
     QTemporaryDir dir;
     QString path() const { return dir.filePath(QStringLiteral("shot.vellumix")); }
     QString file(const QString& name) const { return QDir(path()).filePath(name); }
+    static QByteArray readAll(const QString& path) {
+        QFile f(path);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
 };
 
 } // namespace
@@ -195,4 +202,100 @@ TEST(ImageReading, EnormousDeclaredSizesAreRefused) {
     file.close();
     EXPECT_TRUE(readImageFile(path).isNull());
     EXPECT_TRUE(readImageFile(dir.filePath("missing.png")).isNull());
+}
+
+// A link inside a bundle is neither read nor written through: the file it points at, outside
+// the bundle, keeps its bytes however often the bundle is saved.
+TEST_F(ProjectBundleTest, SymbolicLinksAreNeverFollowed) {
+    const AnnotationList one{
+        makeShape(ShapeAnnotation::Shape::rect, QRectF(30, 30, 20, 20), AnnotationStyle())};
+    struct Case {
+        QString name;
+        std::function<Status()> write;
+        std::function<bool()> readsAsAbsent;
+    };
+    const std::vector<Case> cases{
+        {bundle::annotationsFile,
+         [&] { return bundle::writeAnnotations({}, path(), BundleServices{}); },
+         [&] { return bundle::loadAnnotations(path()).empty(); }},
+        {bundle::imageFile, [&] { return bundle::writeImage(screenshot(8, 8), path(), {}); },
+         [&] { return bundle::readImage(path()).isNull(); }},
+        {bundle::thumbnailFile,
+         [&] { return bundle::writePreviews(screenshot(8, 8), {}, path(), BundleServices{}); },
+         [] { return true; }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name.toStdString());
+        ASSERT_TRUE(bundle::write(screenshot(40, 30), one, path(), BundleServices{}));
+        const QString outside = dir.filePath("outside-" + c.name);
+        ASSERT_TRUE(QFile::rename(file(c.name), outside));
+        ASSERT_TRUE(QFile::link(outside, file(c.name)));
+        const QByteArray before = readAll(outside);
+
+        const Status status = c.write();
+        ASSERT_FALSE(status);
+        EXPECT_TRUE(status.error().message.contains(file(c.name)));
+        EXPECT_EQ(readAll(outside), before);
+        EXPECT_TRUE(QFileInfo(file(c.name)).isSymLink());
+        EXPECT_TRUE(c.readsAsAbsent()); // although the target is a valid file
+        QDir(path()).removeRecursively();
+    }
+}
+
+// A write that fails part-way (here: the file size limit standing in for a full disk) leaves
+// the previous file whole.
+TEST_F(ProjectBundleTest, AFailedWriteLeavesThePreviousFile) {
+    const AnnotationList one{
+        makeShape(ShapeAnnotation::Shape::rect, QRectF(30, 30, 20, 20), AnnotationStyle())};
+    ASSERT_TRUE(bundle::write(screenshot(40, 30), one, path(), BundleServices{}));
+    const AnnotationList many(2000, one.front());
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    rlimit small = saved;
+    small.rlim_cur = 4096;
+    setrlimit(RLIMIT_FSIZE, &small);
+    const Status status = bundle::writeAnnotations(many, path(), BundleServices{});
+    setrlimit(RLIMIT_FSIZE, &saved);
+    EXPECT_FALSE(status);
+    EXPECT_EQ(bundle::loadAnnotations(path()).size(), 1u);
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files | QDir::Hidden).size(), 3); // no temporaries
+}
+
+// The swap of a saved project: the old one is only removed once the new one is in place, and
+// any failed step leaves the old one where it was.
+TEST(BundleReplace, TheOldProjectIsPutBackWhenTheSwapFails) {
+    struct Case {
+        const char* name;
+        int failingRename; // 0: none; 1: moving the old aside; 2: moving the new in
+        bool replaced;
+    };
+    for (const Case& c : {Case{"succeeds", 0, true}, Case{"aside fails", 1, false},
+                          Case{"move in fails", 2, false}}) {
+        SCOPED_TRACE(c.name);
+        QTemporaryDir dir;
+        const QString target = dir.filePath("Work.vellumix");
+        const QString fresh = dir.filePath(".Work.vellumix.partial");
+        ASSERT_TRUE(QDir().mkpath(target) && QDir().mkpath(fresh));
+        QFile(target + "/old").open(QIODevice::WriteOnly);
+        QFile(fresh + "/new").open(QIODevice::WriteOnly);
+        int renames = 0;
+        const auto rename = [&](const QString& from, const QString& to) {
+            return ++renames != c.failingRename && bundle::renamePath(from, to);
+        };
+        EXPECT_EQ(bool(bundle::replacePath(fresh, target, rename)), c.replaced);
+        EXPECT_EQ(QFileInfo::exists(target + "/new"), c.replaced);
+        EXPECT_EQ(QFileInfo::exists(target + "/old"), !c.replaced);
+        // Nothing is left aside once done: the folder holds the target and, on failure, the
+        // new copy for the caller to remove.
+        EXPECT_EQ(QDir(dir.path())
+                      .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+                      .size(),
+                  c.replaced ? 1 : 2);
+    }
+    QTemporaryDir empty;
+    const QString fresh = empty.filePath("fresh");
+    ASSERT_TRUE(QDir().mkpath(fresh));
+    EXPECT_TRUE(bundle::replacePath(fresh, empty.filePath("Work.vellumix")));
+    EXPECT_TRUE(QFileInfo(empty.filePath("Work.vellumix")).isDir());
 }

@@ -88,7 +88,6 @@ done
 expect_saved_rectangle "closed with Ctrl+W"
 stop "$APP_PID"
 APP_PID=""
-sleep 1.1 # the next bundle gets a name of its own second
 
 # Ended by the session (SIGTERM), window still open: nothing is lost either.
 open_and_draw
@@ -98,7 +97,6 @@ APP_PID=""
 expect_saved_rectangle "quit by SIGTERM"
 
 # Copied with Ctrl+Shift+C (the window then closes): the app keeps serving the clipboard.
-sleep 1.1
 open_and_draw
 xdotool key ctrl+shift+c
 for _ in $(seq 1 100); do
@@ -119,7 +117,6 @@ APP_PID=""
 # Captured with `vellumix --capture` (a second launch asks the running one): a drag over the
 # annotated picture from image pixel (40, 40) to (160, 130) gives a new editor whose image holds
 # exactly those pixels, the rectangle's red edge 10 pixels in.
-sleep 1.1
 open_and_draw
 xdotool mousemove 5 5
 sleep 0.3
@@ -134,7 +131,6 @@ drag_and_expect_capture "captured"
 stop "$APP_PID"
 APP_PID=""
 start_tray
-sleep 1.1
 open_and_draw
 open_status_menu
 xdotool key Down Return

@@ -1,4 +1,5 @@
 #include "EditorWindowFixture.h"
+#include "editor/ProjectSaveDialog.h"
 
 #include <QClipboard>
 #include <QMimeData>
@@ -36,8 +37,9 @@ TEST_F(EditorWindowTest, ASessionRotatesThenCancelRestoresEverything) {
     EXPECT_EQ(imageDims(), QStringLiteral("300 × 400 px"));
     EXPECT_EQ(doc().cropRect, QRectF(20, 20, 300, 400)); // the crop turned with it
     EXPECT_EQ(doc().undoStack().count(), 0);             // no undo steps inside a session
-    // The bundle follows at once.
-    EXPECT_EQ(bundle::readImage(*bundle).size(), QSize(300, 400));
+    // The bundle keeps the picture from before the session, as Cancel would restore it.
+    QTest::qWait(BundleAutosave::annotationsDelayMs + 200);
+    EXPECT_EQ(bundle::readImage(*bundle).size(), QSize(400, 300));
 
     QTest::mouseClick(cancelEditButton(), Qt::LeftButton);
     EXPECT_EQ(doc().activeTool(), Tool::select);
@@ -126,19 +128,51 @@ TEST_F(EditorWindowTest, SavingAProjectReplacesOnlyWhenComplete) {
     settings.setCloseAfterSave(false);
     openImage(400, 300, {rectAt({40, 40, 100, 60})});
     const QString project = dir.filePath("work.vellumix");
-    ASSERT_TRUE(QDir().mkpath(project + "/old-stuff"));
     ASSERT_TRUE(window->writeProject(project));
-    EXPECT_FALSE(QDir(project + "/old-stuff").exists());
     EXPECT_EQ(bundle::loadAnnotations(project).size(), 1u);
     EXPECT_EQ(bundle::readImage(project).size(), QSize(400, 300));
     EXPECT_EQ(settings.externalBundles().value(0), QFileInfo(project).absoluteFilePath());
-    // A write that fails (here: a file squats where the new bundle is assembled) leaves the
-    // project already there as it was.
-    window->canvasView()->document().setAnnotationsWithoutUndo({});
-    QFile squatter(project + ".partial");
+    // Saved again over itself: replaced whole.
+    CanvasDocument& document = window->canvasView()->document();
+    document.setAnnotationsWithoutUndo({rectAt({10, 10, 5, 5}), rectAt({20, 20, 5, 5})});
+    ASSERT_TRUE(window->writeProject(project));
+    EXPECT_EQ(bundle::loadAnnotations(project).size(), 2u);
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+              (QStringList{"defaults.json", "store", "work.vellumix"}));
+    // A write that fails (a file squats where the new one is assembled) leaves the project.
+    document.setAnnotationsWithoutUndo({});
+    QFile squatter(
+        dir.filePath(".work.vellumix.partial-%1").arg(QCoreApplication::applicationPid()));
     ASSERT_TRUE(squatter.open(QIODevice::WriteOnly));
     squatter.close();
     EXPECT_FALSE(window->writeProject(project));
-    EXPECT_EQ(bundle::loadAnnotations(project).size(), 1u);
+    EXPECT_EQ(bundle::loadAnnotations(project).size(), 2u);
     EXPECT_TRUE(window->isVisible());
+    // A folder of the user's that only has the name of a project is never replaced.
+    const QString notes = dir.filePath("notes.vellumix");
+    ASSERT_TRUE(QDir().mkpath(notes + "/keep"));
+    EXPECT_FALSE(window->writeProject(notes));
+    EXPECT_TRUE(QDir(notes + "/keep").exists());
+}
+
+// In the save panel an existing project is chosen like a file: replacing it is asked, and it
+// is never entered.
+TEST_F(EditorWindowTest, TheProjectPanelOffersToReplaceAProject) {
+    const QString project = dir.filePath("work.vellumix");
+    ASSERT_TRUE(bundle::write(whiteImage(10, 10), {}, project, BundleServices{}));
+    for (const bool replace : {false, true}) {
+        ProjectSaveDialog dialog(nullptr);
+        QStringList asked;
+        dialog.confirmReplace = [&](const QString& path) {
+            asked << path;
+            return replace;
+        };
+        dialog.setDirectory(dir.path());
+        dialog.selectFile("work.vellumix");
+        dialog.accept();
+        EXPECT_EQ(asked, QStringList{project});
+        EXPECT_EQ(dialog.result(), replace ? QDialog::Accepted : QDialog::Rejected);
+        EXPECT_EQ(dialog.selectedFiles(), QStringList{project});
+        EXPECT_EQ(QDir(dialog.directory()).absolutePath(), QDir(dir.path()).absolutePath());
+    }
 }

@@ -8,10 +8,12 @@
 #include "editor/EditorModel.h"
 #include "editor/EditorWindowController.h"
 #include "imaging/ExportFormats.h"
+#include "library/BundleAutosave.h"
 #include "library/HistoryStore.h"
 #include "library/Settings.h"
 #include "library/StyleLibrary.h"
 #include "model/AnnotationGeometry.h"
+#include "support/Eventually.h"
 
 #include <QApplication>
 #include <QBuffer>

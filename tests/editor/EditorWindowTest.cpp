@@ -130,6 +130,8 @@ TEST_F(EditorWindowTest, ClosingSavesIntoTheBundleAndDiscardDeletesIt) {
     int closed = 0;
     window->onClose = [&] { ++closed; };
     dragOnCanvas({60, 60}, {160, 140});
+    // On disk soon after, with the window still open.
+    EXPECT_TRUE(test::eventually([&] { return bundle::loadAnnotations(*bundle).size() == 1; }));
     // A text still being typed is kept too.
     canvas()->setFocus();
     QTest::keyClick(canvas(), Qt::Key_T);
@@ -151,6 +153,24 @@ TEST_F(EditorWindowTest, ClosingSavesIntoTheBundleAndDiscardDeletesIt) {
     QTest::mouseClick(discardButton(), Qt::LeftButton);
     EXPECT_FALSE(window->isVisible());
     EXPECT_FALSE(QDir(*bundle).exists());
+}
+
+// Closing inside an image-edit session keeps nothing of the session: the bundle gets the picture
+// and the annotations from before it, as Cancel would.
+TEST_F(EditorWindowTest, AnUnappliedImageEditIsNotSavedOnClose) {
+    const AnnotationList before{rectAt(QRectF(70, 70, 100, 70))};
+    const auto bundle = history.createBundle(whiteImage(400, 300), before);
+    ASSERT_TRUE(bundle);
+    window = open(EditorDocument{whiteImage(400, 300), *bundle, QStringLiteral("png"), before});
+    window->selectTool(Tool::editImage);
+    window->rotateRight();
+    ASSERT_EQ(std::get<ShapeAnnotation>(doc().annotations()[0]).rect, QRectF(200, 70, 70, 100));
+    QTest::qWait(BundleAutosave::annotationsDelayMs + 300); // the autosave has run meanwhile
+    QTest::keyClick(window.get(), Qt::Key_W, Qt::ControlModifier);
+    EXPECT_EQ(bundle::readImage(*bundle).size(), QSize(400, 300));
+    const AnnotationList saved = bundle::loadAnnotations(*bundle);
+    ASSERT_EQ(saved.size(), 1u);
+    EXPECT_EQ(std::get<ShapeAnnotation>(saved[0]).rect, QRectF(70, 70, 100, 70));
 }
 
 TEST_F(EditorWindowTest, RetainedStylesCarryAcrossWindows) {

@@ -2,8 +2,10 @@
 
 #include "model/AnnotationStyle.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -146,4 +148,69 @@ TEST_F(HistoryStoreTest, CreateFailsWhenTheStoreCannotBeWritten) {
     const auto created = broken.createBundle(picture(), {});
     EXPECT_FALSE(created);
     EXPECT_TRUE(broken.allEntries(10).empty());
+}
+
+// Four files opened in the same second get four bundles, in creation order.
+TEST_F(HistoryStoreTest, BundlesOfOneSecondGetNumberedNames) {
+    const QDateTime second(QDate(2026, 11, 24), QTime(10, 15, 0));
+    HistoryStore sameSecond(dir.filePath("store"), settings, BundleServices{}, {},
+                            [&] { return second; });
+    QStringList names;
+    for (int i = 0; i < 4; ++i) {
+        const auto created = sameSecond.createBundle(picture(QColor(i * 60, 0, 0)), {});
+        ASSERT_TRUE(created);
+        names << QFileInfo(*created).fileName();
+        EXPECT_EQ(bundle::readImage(*created).pixel(0, 0),
+                  picture(QColor(i * 60, 0, 0)).pixel(0, 0));
+    }
+    EXPECT_EQ(names, (QStringList{"2026-11-24-101500.vellumix", "2026-11-24-101500-2.vellumix",
+                                  "2026-11-24-101500-3.vellumix", "2026-11-24-101500-4.vellumix"}));
+    EXPECT_EQ(sameSecond.allEntries(10).size(), 4u);
+    // Past ten in one second, pruning still takes the first ones made.
+    for (int i = 0; i < 8; ++i) {
+        ASSERT_TRUE(sameSecond.createBundle(picture(), {}));
+    }
+    EXPECT_FALSE(QFileInfo::exists(dir.filePath("store/2026-11-24-101500.vellumix")));
+    EXPECT_FALSE(QFileInfo::exists(dir.filePath("store/2026-11-24-101500-2.vellumix")));
+    EXPECT_TRUE(QFileInfo::exists(dir.filePath("store/2026-11-24-101500-12.vellumix")));
+}
+
+// A bundle an open window works on is pruned only once the window lets it go.
+TEST_F(HistoryStoreTest, PruningWaitsForOpenWindows) {
+    const QString open = *store.createBundle(picture(), {});
+    store.holdOpen(open);
+    store.holdOpen(open); // two windows on the same bundle
+    for (int i = 0; i < 11; ++i) {
+        store.createBundle(picture(), {});
+    }
+    EXPECT_TRUE(bundle::isBundle(open));
+    EXPECT_EQ(storeNames().size(), 11);
+    store.release(open);
+    EXPECT_TRUE(bundle::isBundle(open));
+    store.release(dir.filePath("store/../store/" + QFileInfo(open).fileName()));
+    EXPECT_FALSE(QFileInfo::exists(open));
+    EXPECT_EQ(storeNames().size(), 10);
+}
+
+// Discarding deletes a history bundle but sends a project of the user's to the trash.
+TEST_F(HistoryStoreTest, DiscardTrashesProjectsOutsideTheStore) {
+    const QString own = *store.createBundle(picture(), {});
+    EXPECT_TRUE(store.discardBundle(own));
+    EXPECT_FALSE(QFileInfo::exists(own));
+
+    // On the home volume, so the trash is the one in the data folder.
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString project = QStringLiteral("%1/discard-test-%2/Mine.vellumix")
+                                .arg(data)
+                                .arg(QCoreApplication::applicationPid());
+    ASSERT_TRUE(bundle::write(picture(), {}, project, BundleServices{}));
+    EXPECT_TRUE(store.discardBundle(project));
+    EXPECT_FALSE(QFileInfo::exists(project));
+    const QStringList trashed =
+        QDir(data + "/Trash/files").entryList({"Mine*.vellumix"}, QDir::Dirs);
+    ASSERT_EQ(trashed.size(), 1);
+    EXPECT_TRUE(bundle::isBundle(data + "/Trash/files/" + trashed.front()));
+    QDir(data + "/Trash/files/" + trashed.front()).removeRecursively();
+    QFile::remove(data + "/Trash/info/" + trashed.front() + ".trashinfo");
+    QDir(QFileInfo(project).absolutePath()).removeRecursively();
 }

@@ -1,5 +1,6 @@
 // Prints an image file's size and the colours of the given pixels, for the end-to-end tests:
 //   pixel_probe FILE [X Y]...   →   "WxH" then "#rrggbbaa" per point
+//   pixel_probe --white W H FILE   writes a white W × H PNG
 #include <QGuiApplication>
 #include <QImage>
 
@@ -8,6 +9,11 @@
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
+    if (argc == 5 && QByteArray(argv[1]) == "--white") {
+        QImage white(std::atoi(argv[2]), std::atoi(argv[3]), QImage::Format_RGB32);
+        white.fill(Qt::white);
+        return white.save(QString::fromLocal8Bit(argv[4]), "png") ? 0 : 1;
+    }
     if (argc < 2 || argc % 2 != 0) {
         std::fprintf(stderr, "usage: pixel_probe FILE [X Y]...\n");
         return 2;
