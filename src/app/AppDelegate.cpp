@@ -200,8 +200,14 @@ void AppDelegate::rebuildHistoryMenu() {
 void AppDelegate::openHistoryEntry(const QString& bundlePath) {
     for (EditorWindowController* editor : m_opener.editors()) {
         if (editor->bundlePath() == bundlePath) {
-            editor->showNormal();
-            editor->present();
+            // Brought forward as it is: a maximised window stays maximised, and only a
+            // minimised one is restored (to what it was before).
+            if (editor->isMinimized()) {
+                editor->setWindowState(editor->windowState() & ~Qt::WindowMinimized);
+            }
+            editor->show();
+            editor->raise();
+            editor->activateWindow();
             return;
         }
     }

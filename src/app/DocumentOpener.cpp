@@ -3,9 +3,9 @@
 #include "bundle/ProjectBundle.h"
 #include "library/HistoryStore.h"
 #include "library/StyleLibrary.h"
-#include "model/ImageCodec.h"
 #include "platform/BundleServices.h"
 #include "platform/FileManager.h"
+#include "platform/ImageImport.h"
 #include "platform/PdfDocument.h"
 
 #include <QClipboard>
@@ -115,7 +115,7 @@ bool DocumentOpener::openInput(const InputFile& input, int pdfPage) {
         return true;
     }
     case InputKind::image: {
-        QImage image = readImageFile(input.path, maxDecodedImageBytes);
+        QImage image = importImageFile(input.path);
         if (image.isNull()) {
             return false;
         }

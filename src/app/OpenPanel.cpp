@@ -25,7 +25,7 @@ OpenPanel::OpenPanel(QWidget* parent) : QFileDialog(parent, QStringLiteral("Open
     m_pageRow->setObjectName(QStringLiteral("pdfPageRow"));
     auto* row = new QHBoxLayout(m_pageRow);
     row->setContentsMargins(0, 0, 0, 0);
-    auto* label = new QLabel(QStringLiteral("Page:"), m_pageRow);
+    auto* label = new QLabel(QStringLiteral("PDF page:"), m_pageRow);
     m_pageBox = new QSpinBox(m_pageRow);
     m_pageBox->setObjectName(QStringLiteral("pdfPage"));
     m_pageBox->setRange(1, 1);

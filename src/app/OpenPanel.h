@@ -13,7 +13,7 @@ namespace vellumix {
 
 /// The open panel: Qt's own file dialog (a native dialog cannot carry the page control),
 /// one existing file at a time, offering images, PDFs and project bundles. While a PDF with
-/// pages is selected, a "Page:" spin box (1 … page count) shows below the file list. A
+/// pages is selected, a "PDF page:" spin box (1 … page count) shows below the file list. A
 /// project bundle, being a folder, is chosen by selecting it and pressing Open.
 class OpenPanel final : public QFileDialog {
 public:

@@ -5,6 +5,7 @@
 #include "app/DocumentOpener.h"
 #include "app/GlobalShortcut.h"
 #include "app/OpenPanel.h"
+#include "app/QuitShortcut.h"
 #include "app/SettingsWindowController.h"
 #include "app/SingleInstance.h"
 #include "capture/CaptureController.h"
@@ -49,6 +50,8 @@ int main(int argc, char* argv[]) {
 
     // Logging out or `kill` quits like the Quit item: windows save on their way out.
     vellumix::quitOnTerminationSignals([] { QCoreApplication::quit(); });
+    // So does Ctrl+Q in any of its windows.
+    vellumix::QuitShortcut quitShortcut([] { QCoreApplication::quit(); });
 
     vellumix::DocumentOpener opener(vellumix::Settings::shared());
     vellumix::AppDelegate delegate(opener);

@@ -62,32 +62,41 @@ std::vector<double> labelAdvances(const QString& text, const QFontMetricsF& metr
     return advances;
 }
 
+QSizeF labelTextSize(const QString& text, const QFontMetricsF& metrics) {
+    double width = 0;
+    for (double advance : labelAdvances(text, metrics)) {
+        width += advance;
+    }
+    return {width, metrics.height()};
+}
+
+void drawLabelText(QPainter& painter, QPointF topLeft, const QString& text,
+                   const QFontMetricsF& metrics) {
+    const std::vector<double> advances = labelAdvances(text, metrics);
+    QPointF pen = topLeft + QPointF(0, metrics.ascent());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const double advance = advances[size_t(i)];
+        const QString glyph(text[i]);
+        const double offset =
+            text[i].isDigit() ? (advance - metrics.horizontalAdvance(glyph)) / 2 : 0;
+        painter.drawText(pen + QPointF(offset, 0), glyph);
+        pen.rx() += advance;
+    }
+}
+
 void drawLabel(QPainter& painter, QPointF point, const QString& text, double zoom) {
     const QFont font = labelFont(zoom, painter.device());
     const QFontMetricsF metrics(font, painter.device());
-    const std::vector<double> advances = labelAdvances(text, metrics);
-    double width = 0;
-    for (double advance : advances) {
-        width += advance;
-    }
-    const QRectF box(point.x() + 14 * zoom, point.y() + 14 * zoom, width + 10 * zoom,
-                     metrics.height() + 10 * zoom);
+    const QSizeF textSize = labelTextSize(text, metrics);
+    const QRectF box(point.x() + 14 * zoom, point.y() + 14 * zoom, textSize.width() + 10 * zoom,
+                     textSize.height() + 10 * zoom);
     painter.save();
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor::fromRgbF(0, 0, 0, 0.65f));
     painter.drawRoundedRect(box, 4 * zoom, 4 * zoom);
     painter.setFont(font);
     painter.setPen(Qt::white);
-    QPointF pen = box.topLeft() + QPointF(5 * zoom, 5 * zoom + metrics.ascent());
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const double advance = advances[size_t(i)];
-        const QString glyph(text[i]);
-        // A digit sits centred in its cell.
-        const double offset =
-            text[i].isDigit() ? (advance - metrics.horizontalAdvance(glyph)) / 2 : 0;
-        painter.drawText(pen + QPointF(offset, 0), glyph);
-        pen.rx() += advance;
-    }
+    drawLabelText(painter, box.topLeft() + QPointF(5 * zoom, 5 * zoom), text, metrics);
     painter.restore();
 }
 

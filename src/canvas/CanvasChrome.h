@@ -18,6 +18,12 @@ void drawLabel(QPainter& painter, QPointF point, const QString& text, double zoo
 QFont labelFont(double zoom, const QPaintDevice* device);
 /// The advance of each character of a read-out: every digit as wide as the widest digit.
 std::vector<double> labelAdvances(const QString& text, const QFontMetricsF& metrics);
+/// The size of a read-out's text in the metrics' font, its digits at equal widths.
+QSizeF labelTextSize(const QString& text, const QFontMetricsF& metrics);
+/// Draws a read-out's text (in the painter's font and pen, which `metrics` measures) from
+/// `topLeft`, each digit centred in its cell.
+void drawLabelText(QPainter& painter, QPointF topLeft, const QString& text,
+                   const QFontMetricsF& metrics);
 /// A padlock in a filled circle, 24 units across, centred on `around` (not zoomed).
 void drawLockBadge(QPainter& painter, const QRectF& around);
 /// A white handle circle of diameter `diameter` with a coloured ring.

@@ -1,5 +1,6 @@
 #include "capture/CaptureView.h"
 
+#include "canvas/CanvasChrome.h"
 #include "capture/CaptureGeometry.h"
 
 #include <QFontMetricsF>
@@ -17,7 +18,6 @@ const QColor dimColor(0, 0, 0, 115);              // black at 0.45
 const QColor selectionStroke(255, 255, 255, 230); // white at 0.9
 const QColor labelBackground(0, 0, 0, 166);       // black at 0.65
 constexpr double selectionStrokeWidth = 1.5;
-constexpr int labelPixelSize = 12;
 
 bool onX11() {
     return QGuiApplication::platformName() == QLatin1String("xcb");
@@ -93,13 +93,12 @@ void CaptureView::paintSizeLabel(QPainter& painter) const {
     const QRect crop = capture::deviceCropRect(m_selection.translated(m_screenGeometry.topLeft()),
                                                m_screenGeometry, m_devicePixelRatio, m_grab.size());
     const QString text = capture::sizeLabelText(crop.size());
-    QFont font = this->font();
-    font.setPixelSize(labelPixelSize);
-    font.setWeight(QFont::Medium);
-    font.setStyleHint(QFont::SansSerif);
-    const QFontMetricsF metrics(font);
-    const QSizeF textSize(metrics.horizontalAdvance(text), metrics.height());
-    const QRectF box = capture::sizeLabelBox(m_cursor, textSize, rect());
+    // The canvas read-outs' face: 11 points (one point a logical pixel), medium, digits at
+    // equal widths so the box keeps still while the numbers change.
+    const QFont font = render::labelFont(1, this);
+    const QFontMetricsF metrics(font, this);
+    const QRectF box =
+        capture::sizeLabelBox(m_cursor, render::labelTextSize(text, metrics), rect());
 
     QPainterPath path;
     path.addRoundedRect(box, capture::sizeLabelCornerRadius, capture::sizeLabelCornerRadius);
@@ -107,7 +106,7 @@ void CaptureView::paintSizeLabel(QPainter& painter) const {
     painter.setFont(font);
     painter.setPen(Qt::white);
     const double pad = capture::sizeLabelPadding;
-    painter.drawText(box.adjusted(pad, pad, -pad, -pad), Qt::AlignLeft | Qt::AlignTop, text);
+    render::drawLabelText(painter, box.topLeft() + QPointF(pad, pad), text, metrics);
 }
 
 void CaptureView::mousePressEvent(QMouseEvent* event) {

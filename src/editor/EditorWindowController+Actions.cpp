@@ -5,7 +5,7 @@
 #include "SplitButtons.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "library/PresetMenu.h"
-#include "model/ImageCodec.h"
+#include "platform/ImageImport.h"
 
 #include <QButtonGroup>
 #include <QColorDialog>
@@ -110,11 +110,12 @@ void EditorWindowController::connectActions() {
     canvas.onRequestAddOverlay = [this](std::optional<QPointF> point) {
         const QString path = QFileDialog::getOpenFileName(
             this, QString(), QString(),
-            QStringLiteral("Images (*.png *.jpg *.jpeg *.gif *.bmp *.webp *.tif *.tiff *.heic)"));
+            QStringLiteral(
+                "Images (*.png *.jpg *.jpeg *.gif *.bmp *.webp *.tif *.tiff *.heic *.heif)"));
         if (path.isEmpty()) {
             return;
         }
-        const QImage overlay = readImageFile(path);
+        const QImage overlay = importImageFile(path);
         if (!overlay.isNull()) {
             m_canvas->document().addOverlay(overlay, point);
         }

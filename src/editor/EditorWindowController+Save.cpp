@@ -84,7 +84,13 @@ void EditorWindowController::showSaveModeMenu() {
 
 void EditorWindowController::pickSaveMode(SaveMode mode) {
     m_services.settings.setSaveMode(mode);
-    m_saveButton->setTitle(saveModeTitle(mode));
+    // The mode is shared: every open window's button now names what its click runs.
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        auto* editor = qobject_cast<EditorWindowController*>(window);
+        if (editor && &editor->m_services.settings == &m_services.settings) {
+            editor->m_saveButton->setTitle(saveModeTitle(mode));
+        }
+    }
     performSelectedSave();
 }
 

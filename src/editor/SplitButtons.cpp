@@ -180,6 +180,25 @@ bool keepsReturnForItself(const QWidget* focusWidget) {
     return combo && combo->isEditable();
 }
 
+// Return and Enter whatever modifiers are held: Shift+Return and Ctrl+Return save too.
+QList<QKeySequence> returnWithAnyModifiers() {
+    const Qt::KeyboardModifier modifiers[] = {Qt::ShiftModifier, Qt::ControlModifier,
+                                              Qt::AltModifier, Qt::MetaModifier};
+    QList<QKeySequence> keys;
+    for (Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        for (int set = 0; set < 16; ++set) {
+            Qt::KeyboardModifiers held;
+            for (int bit = 0; bit < 4; ++bit) {
+                if (set & (1 << bit)) {
+                    held |= modifiers[bit];
+                }
+            }
+            keys.append(QKeySequence(QKeyCombination(held, key)));
+        }
+    }
+    return keys;
+}
+
 bool isPlainKey(const QKeyEvent* event, Qt::KeyboardModifiers allowed = Qt::NoModifier) {
     const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
     return modifiers == Qt::NoModifier || modifiers == allowed;
@@ -321,7 +340,7 @@ bool changesGeometry(QEvent::Type type) {
 SaveSplitButton::SaveSplitButton(QWidget* parent) : QWidget(parent) {
     prepareFaceButton(this);
     m_returnShortcut = new QShortcut(this);
-    m_returnShortcut->setKeys({QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter)});
+    m_returnShortcut->setKeys(returnWithAnyModifiers());
     m_returnShortcut->setContext(Qt::WindowShortcut);
     m_returnShortcut->setAutoRepeat(false);
     connect(m_returnShortcut, &QShortcut::activated, this, [this] { press(Part::main, false); });

@@ -11,7 +11,8 @@ namespace vellumix {
 
 /// A split push button: optional icon, title, a divider and a chevron-down in its rightmost 24
 /// units. A press at x >= width - 24 runs onChevronClick, any other runs onMainClick. While it
-/// and its ancestors are visible and enabled, Return (Enter too) in its window runs onMainClick.
+/// and its ancestors are visible and enabled, Return (Enter too) in its window runs onMainClick,
+/// whatever modifiers are held.
 /// The bevel (and its rounding) is the current style's push button, so it follows the desktop
 /// theme; a pressed part is drawn sunken on its own side of the divider. Keyboard:
 /// Tab focus, Space runs the main part, Down or Alt+Down the chevron. Return is left to a

@@ -19,12 +19,25 @@ namespace {
 // A PDF reader accepts the "%PDF-" marker anywhere in the first kilobyte.
 constexpr qint64 pdfHeaderWindow = 1024;
 
-bool looksLikePdf(const QString& path) {
+QByteArray fileHead(const QString& path, qint64 length) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return false;
+    return file.open(QIODevice::ReadOnly) ? file.read(length) : QByteArray();
+}
+
+quint32 bigEndian32(const QByteArray& bytes, qsizetype at) {
+    quint32 value = 0;
+    for (qsizetype i = at; i < at + 4; ++i) {
+        value = (value << 8) | static_cast<quint8>(bytes[i]);
     }
-    return file.read(pdfHeaderWindow).contains("%PDF-");
+    return value;
+}
+
+// HEVC-coded images and sequences, and the generic HEIF image and sequence brands (a HEIF file
+// coded otherwise still names one of the last two).
+bool isHeifBrand(QByteArrayView brand) {
+    static constexpr const char* brands[] = {"heic", "heix", "heim", "heis", "hevc",
+                                             "hevx", "hevm", "hevs", "mif1", "msf1"};
+    return std::ranges::any_of(brands, [&](const char* b) { return brand == QByteArrayView(b); });
 }
 
 // Clipboard images arrive as encoded bytes from other programs; the same size bound as for
@@ -63,6 +76,24 @@ QImage clipboardImage(const QMimeData& data) {
 
 } // namespace
 
+bool looksLikeHeif(const QByteArray& head) {
+    // The "ftyp" box comes first: size, type, major brand, minor version, compatible brands.
+    if (head.size() < 16 || head.mid(4, 4) != "ftyp") {
+        return false;
+    }
+    const QByteArrayView bytes(head);
+    if (isHeifBrand(bytes.sliced(8, 4))) {
+        return true;
+    }
+    const qsizetype boxEnd = std::min<qsizetype>(bigEndian32(head, 0), head.size());
+    for (qsizetype at = 16; at + 4 <= boxEnd; at += 4) {
+        if (isHeifBrand(bytes.sliced(at, 4))) {
+            return true;
+        }
+    }
+    return false;
+}
+
 InputFile classifyInput(const QString& path) {
     const QFileInfo info(path);
     InputFile input;
@@ -77,9 +108,15 @@ InputFile classifyInput(const QString& path) {
     if (!info.isFile() || info.size() == 0) {
         return input;
     }
-    if (looksLikePdf(input.path)) {
+    const QByteArray head = fileHead(input.path, std::max(pdfHeaderWindow, heifHeaderWindow));
+    if (head.contains("%PDF-")) {
         input.kind = InputKind::pdf;
         input.sourceFormat = QStringLiteral("pdf");
+        return input;
+    }
+    if (looksLikeHeif(head)) {
+        input.kind = InputKind::image;
+        input.sourceFormat = QStringLiteral("heic");
         return input;
     }
     QImageReader reader(input.path);
@@ -98,7 +135,8 @@ QStringList readableImageExtensions() {
     const QList<QByteArray> supported = QImageReader::supportedImageFormats();
     QStringList extensions;
     for (const char* name : offered) {
-        if (supported.contains(QByteArray(name))) {
+        const bool heif = qstrcmp(name, "heic") == 0 || qstrcmp(name, "heif") == 0;
+        if (heif || supported.contains(QByteArray(name))) {
             extensions.append(QString::fromLatin1(name));
         }
     }

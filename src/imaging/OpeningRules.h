@@ -14,9 +14,9 @@ namespace vellumix {
 /// project bundle is a ".vellumix" folder.
 enum class InputKind { none, image, pdf, bundle };
 
-/// A classified input: its kind and the format recorded for saving ("pdf" for a PDF, the
-/// image reader's format name such as "png" or "jpeg" for an image, "png" for a bundle,
-/// whose picture is a PNG).
+/// A classified input: its kind and the format recorded for saving ("pdf" for a PDF, "heic"
+/// for a HEIC or HEIF picture, the image reader's format name such as "png" or "jpeg" for
+/// another image, "png" for a bundle, whose picture is a PNG).
 struct InputFile {
     InputKind kind = InputKind::none;
     QString path;
@@ -34,8 +34,17 @@ struct OpenRequest {
 /// alone; whether it decodes (and within the size bound) is the reader's decision.
 InputFile classifyInput(const QString& path);
 
+/// Whether a file starting with `head` is a HEIF picture (HEIC among them): an ISO media file
+/// whose "ftyp" box names a HEIF image brand. Qt has no reader for these; the platform layer
+/// decodes them with libheif.
+bool looksLikeHeif(const QByteArray& head);
+
+/// How many leading bytes looksLikeHeif needs to see.
+inline constexpr qint64 heifHeaderWindow = 64;
+
 /// Extensions of the image types the open panel offers (PNG, JPEG, HEIC, TIFF, GIF, BMP,
-/// WebP), limited to those an installed Qt image plugin can read.
+/// WebP): HEIC and HEIF always (libheif reads them), the others as far as an installed Qt
+/// image plugin can read them.
 QStringList readableImageExtensions();
 
 /// The open panel's name filters: everything that opens first, then images, PDF documents

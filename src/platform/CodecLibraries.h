@@ -12,7 +12,7 @@ namespace vellumix::codecs {
 
 bool heicEncoderAvailable();
 Result<QByteArray> encodeHeic(const QImage& prepared);
-QImage decodeHeic(const QByteArray& data);
+QImage decodeHeic(const QByteArray& data, qint64 maxBytes);
 Result<QByteArray> encodeWebp(const QImage& prepared);
 
 } // namespace vellumix::codecs

@@ -11,7 +11,7 @@ namespace vellumix {
 struct CodecsModule {
     bool (*heicEncoderAvailable)();
     Result<QByteArray> (*encodeHeic)(const QImage& prepared);
-    QImage (*decodeHeic)(const QByteArray& data);
+    QImage (*decodeHeic)(const QByteArray& data, qint64 maxBytes);
     Result<QByteArray> (*encodeWebp)(const QImage& prepared);
 };
 

@@ -39,9 +39,9 @@ Result<QByteArray> encodeWebp(const QImage& prepared) {
 
 } // namespace exportDetail
 
-QImage decodeHeic(const QByteArray& data) {
+QImage decodeHeic(const QByteArray& data, qint64 maxBytes) {
     const CodecsModule* module = codecs();
-    return module ? module->decodeHeic(data) : QImage();
+    return module ? module->decodeHeic(data, maxBytes) : QImage();
 }
 
 } // namespace vellumix

@@ -186,7 +186,7 @@ Result<QByteArray> encodeHeic(const QImage& prepared) {
     return out;
 }
 
-QImage decodeHeic(const QByteArray& data) {
+QImage decodeHeic(const QByteArray& data, qint64 maxBytes) {
     const LibheifScope scope;
     std::unique_ptr<heif_context, ContextFree> context(heif_context_alloc());
     if (!context || !ok(heif_context_read_from_memory_without_copy(context.get(), data.constData(),
@@ -198,6 +198,12 @@ QImage decodeHeic(const QByteArray& data) {
         return {};
     }
     std::unique_ptr<heif_image_handle, HandleRelease> handle(rawHandle);
+    // The header's size is checked before any pixel is decoded; 4 bytes a pixel after decoding.
+    if (static_cast<qint64>(heif_image_handle_get_width(rawHandle)) *
+            heif_image_handle_get_height(rawHandle) * 4 >
+        maxBytes) {
+        return {};
+    }
     const bool alpha = heif_image_handle_has_alpha_channel(rawHandle) != 0;
     heif_image* rawImage = nullptr;
     if (!ok(heif_decode_image(rawHandle, &rawImage, heif_colorspace_RGB,

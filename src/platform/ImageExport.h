@@ -2,6 +2,7 @@
 
 #include "imaging/ExportFormats.h"
 #include "model/AtomicFile.h"
+#include "model/ImageCodec.h"
 #include "model/Result.h"
 
 #include <QByteArray>
@@ -37,8 +38,9 @@ Result<QByteArray> encodeImage(const QImage& image, ExportFormat format);
 /// The error's message is encodeImage's or the write error's description.
 Status exportImage(const QImage& image, ExportFormat format, const QString& path);
 
-/// The primary image of a HEIC file as RGB32, or straight ARGB32 when it has alpha; null when it
-/// cannot be decoded. Qt has no HEIF reader; this one is libheif's.
-QImage decodeHeic(const QByteArray& data);
+/// The primary image of a HEIC (or other HEIF) file as RGB32, or straight ARGB32 when it has
+/// alpha, turned and mirrored as the file says; null when it cannot be decoded or would take
+/// more than `maxBytes` decoded. Qt has no HEIF reader; this one is libheif's.
+QImage decodeHeic(const QByteArray& data, qint64 maxBytes = maxDecodedImageBytes);
 
 } // namespace vellumix

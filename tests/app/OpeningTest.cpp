@@ -5,6 +5,7 @@
 #include "imaging/OpeningRules.h"
 #include "library/DefaultsStore.h"
 #include "library/Settings.h"
+#include "support/HeicFixture.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -13,6 +14,7 @@
 #include <QFile>
 #include <QImageReader>
 #include <QImageWriter>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListView>
 #include <QMimeData>
@@ -29,6 +31,7 @@
 #include <gtest/gtest.h>
 
 using namespace vellumix;
+using namespace test_support;
 
 namespace {
 
@@ -143,6 +146,7 @@ TEST(OpeningRules, FilesAreClassifiedByContentNotByName) {
     QTemporaryDir dir;
     ASSERT_TRUE(filled(8, 8, Qt::red).save(dir.filePath("shot.png")));
     ASSERT_TRUE(filled(8, 8, Qt::red).save(dir.filePath("photo.png"), "JPEG"));
+    ASSERT_TRUE(writeHeicPicture(dir.filePath("holiday.jpg")));
     writeBytes(dir.filePath("notes.png"), "not an image at all\n");
     writeBytes(dir.filePath("empty.png"), {});
     writeThreePages(dir.filePath("document.bin"));
@@ -159,11 +163,35 @@ TEST(OpeningRules, FilesAreClassifiedByContentNotByName) {
     EXPECT_EQ(pdf.kind, InputKind::pdf);
     EXPECT_EQ(pdf.sourceFormat, QStringLiteral("pdf"));
     EXPECT_EQ(classifyInput(dir.filePath("saved.vellumix")).kind, InputKind::bundle);
+    const InputFile heic = classifyInput(dir.filePath("holiday.jpg"));
+    EXPECT_EQ(heic.kind, InputKind::image);
+    EXPECT_EQ(heic.sourceFormat, QStringLiteral("heic"));
 
     EXPECT_EQ(classifyInput(dir.filePath("notes.png")).kind, InputKind::none);
     EXPECT_EQ(classifyInput(dir.filePath("empty.png")).kind, InputKind::none);
     EXPECT_EQ(classifyInput(dir.filePath("missing.png")).kind, InputKind::none);
     EXPECT_EQ(classifyInput(dir.filePath("plain")).kind, InputKind::none);
+}
+
+TEST(OpeningRules, HeifIsTheFtypBoxNamingAHeifBrand) {
+    // size, "ftyp", major brand, minor version, compatible brands
+    const auto ftyp = [](quint32 size, const QByteArray& brands) {
+        return bigEndian(size) + "ftyp" + brands.left(4) + QByteArray(4, '\0') + brands.mid(4);
+    };
+    const std::pair<QByteArray, bool> cases[] = {
+        {ftyp(24, "heicmif1"), true},       // an iPhone photo
+        {ftyp(24, "mif1heic"), true},       // the generic image brand first
+        {ftyp(28, "msf1hevcmsf1"), true},   // an image sequence
+        {ftyp(28, "mp42isomheic"), true},   // named among the compatible brands only
+        {ftyp(24, "mp42isom"), false},      // a video
+        {ftyp(20, "mp42isomheic"), false},  // the brand lies past the box's end
+        {ftyp(24, "heic").left(15), false}, // cut short
+        {QByteArray(8, '\0') + "heicmif1", false},
+        {"\x89PNG\r\n\x1a\n" + QByteArray(16, '\0'), false},
+    };
+    for (const auto& [head, heif] : cases) {
+        EXPECT_EQ(looksLikeHeif(head), heif) << head.toHex().toStdString();
+    }
 }
 
 TEST(OpeningRules, PageNumbersClampToTheDocument) {
@@ -178,9 +206,10 @@ TEST(OpeningRules, PageNumbersClampToTheDocument) {
 TEST(OpeningRules, TheOpenPanelOffersImagesPdfsAndProjects) {
     const QStringList filters = openPanelNameFilters();
     ASSERT_EQ(filters.size(), 4);
-    // Qt reads these without plugins; scripts/setup.sh installs the WebP and TIFF plugins.
-    for (const char* pattern : {"*.png", "*.jpg", "*.jpeg", "*.gif", "*.bmp", "*.webp", "*.tif",
-                                "*.tiff", "*.pdf", "*.vellumix"}) {
+    // Qt reads these without plugins; scripts/setup.sh installs the WebP and TIFF plugins;
+    // HEIC and HEIF go through libheif.
+    for (const char* pattern : {"*.png", "*.jpg", "*.jpeg", "*.heic", "*.heif", "*.gif", "*.bmp",
+                                "*.webp", "*.tif", "*.tiff", "*.pdf", "*.vellumix"}) {
         EXPECT_TRUE(filters.front().contains(QLatin1String(pattern))) << pattern;
     }
     EXPECT_FALSE(filters[1].contains(QLatin1String("*.pdf")));
@@ -368,6 +397,26 @@ TEST(DocumentOpener, ClipboardImagesAndCopiedFilesOpenWithTheirSourceFormat) {
     clipboard->clear();
 }
 
+TEST(DocumentOpener, HeicOpensFromAPathAndACopiedFile) {
+    OpenerFixture f;
+    ASSERT_TRUE(writeHeicPicture(f.file("photo.HEIC")));
+
+    ASSERT_TRUE(f.opener->openPath(f.file("photo.HEIC")));
+    EditorWindowController* opened = f.opener->editors().back();
+    EXPECT_TRUE(looksLikeHeicPicture(opened->model().image()));
+    EXPECT_EQ(f.opener->sourceFormat(opened), QStringLiteral("heic"));
+    ASSERT_TRUE(opened->bundlePath());
+    EXPECT_TRUE(looksLikeHeicPicture(bundle::readImage(*opened->bundlePath())));
+
+    auto* copied = new QMimeData;
+    copied->setUrls({QUrl::fromLocalFile(f.file("photo.HEIC"))});
+    QGuiApplication::clipboard()->setMimeData(copied);
+    ASSERT_TRUE(f.opener->openFromClipboard());
+    EXPECT_TRUE(looksLikeHeicPicture(f.opener->editors().back()->model().image()));
+    EXPECT_EQ(f.opener->editors().size(), 2u);
+    QGuiApplication::clipboard()->clear();
+}
+
 TEST(OpenPanel, PageControlFollowsTheSelectionAndChoosesThePage) {
     QTemporaryDir dir;
     writeThreePages(dir.filePath("three.pdf"));
@@ -393,6 +442,10 @@ TEST(OpenPanel, PageControlFollowsTheSelectionAndChoosesThePage) {
         auto* page = panel.findChild<QSpinBox*>(QStringLiteral("pdfPage"));
         ASSERT_TRUE(row && page);
         EXPECT_FALSE(row->isVisible());
+        const auto* label = row->findChild<QLabel*>();
+        ASSERT_TRUE(label);
+        EXPECT_EQ(label->text(), QStringLiteral("PDF page:"));
+        EXPECT_EQ(label->buddy(), page);
 
         // A click on the file in the list.
         auto* list = panel.findChild<QListView*>(QStringLiteral("listView"));

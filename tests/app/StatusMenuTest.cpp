@@ -1,14 +1,20 @@
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
 #include "app/HistoryMenuItemView.h"
+#include "app/OpenPanel.h"
+#include "app/QuitShortcut.h"
+#include "app/ShortcutRecorderView.h"
 #include "app/SingleInstance.h"
 #include "bundle/ProjectBundle.h"
+#include "canvas/AnnotationCanvasView.h"
+#include "capture/CaptureView.h"
 #include "editor/EditorModel.h"
 #include "library/HistoryStore.h"
 #include "library/Settings.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWidgetAction>
@@ -132,6 +138,63 @@ TEST_F(StatusMenuTest, HistoryRowsOpenRevealAndDelete) {
     EXPECT_FALSE(QDir(*captured).exists());
     EXPECT_EQ(rows().size(), 1u);
     EXPECT_TRUE(QDir(external).exists());
+}
+
+TEST_F(StatusMenuTest, AnOpenEntryComesForwardAsItWas) {
+    const auto entry = opener->history().createBundle(picture(320, 200), {});
+    ASSERT_TRUE(entry);
+    delegate->openHistoryEntry(*entry);
+    ASSERT_EQ(opener->editors().size(), 1u);
+    EditorWindowController* editor = opener->editors()[0];
+
+    editor->showMaximized();
+    delegate->openHistoryEntry(*entry);
+    EXPECT_TRUE(editor->isMaximized());
+    editor->showMinimized(); // a maximised window minimised comes back maximised
+    delegate->openHistoryEntry(*entry);
+    EXPECT_FALSE(editor->isMinimized());
+    EXPECT_TRUE(editor->isMaximized());
+    EXPECT_TRUE(editor->isVisible());
+    EXPECT_EQ(opener->editors().size(), 1u);
+}
+
+TEST_F(StatusMenuTest, CtrlQQuitsFromAnyWindowUnlessTheFocusedFieldRecordsIt) {
+    int quits = 0;
+    const QuitShortcut shortcut([&] { ++quits; });
+    opener->openNewImage(picture(200, 100), std::nullopt);
+    EditorWindowController* editor = opener->editors().back();
+    OpenPanel panel;
+    panel.show();
+    CaptureView overlay(picture(200, 100), QRect(0, 0, 200, 100), 1);
+    overlay.show();
+    const std::pair<QWidget*, const char*> targets[] = {
+        {editor->canvasView(), "editor canvas"},
+        {editor->promptField(), "assistant prompt field"},
+        {panel.findChild<QLineEdit*>(QStringLiteral("fileNameEdit")), "open panel"},
+        {&overlay, "capture overlay"},
+    };
+    for (const auto& [target, name] : targets) {
+        ASSERT_NE(target, nullptr) << name;
+        const int before = quits;
+        QTest::keyClick(target, Qt::Key_Q);
+        QTest::keyClick(target, Qt::Key_Q, Qt::ControlModifier | Qt::ShiftModifier);
+        EXPECT_EQ(quits, before) << name;
+        QTest::keyClick(target, Qt::Key_Q, Qt::ControlModifier);
+        EXPECT_EQ(quits, before + 1) << name;
+    }
+
+    // A shortcut field that is recording takes Ctrl+Q as the new shortcut.
+    ShortcutRecorderView recorder(0, 0);
+    recorder.show();
+    recorder.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&recorder));
+    QTest::mouseClick(&recorder, Qt::LeftButton);
+    ASSERT_TRUE(recorder.isRecording());
+    const int before = quits;
+    QTest::keyClick(&recorder, Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(quits, before);
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_NE(recorder.keyCode(), 0u);
 }
 
 TEST(SingleInstance, ALaterLaunchHandsItsFilesToTheFirst) {

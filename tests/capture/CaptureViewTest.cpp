@@ -1,9 +1,11 @@
 #include "capture/CaptureView.h"
 
+#include "canvas/CanvasChrome.h"
 #include "capture/CaptureController.h"
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -56,6 +58,19 @@ void moveWithButton(QWidget* widget, QPoint to) {
     QMouseEvent move(QEvent::MouseMove, to, widget->mapToGlobal(to), Qt::NoButton, Qt::LeftButton,
                      Qt::NoModifier);
     QApplication::sendEvent(widget, &move);
+}
+
+// The extent of the pixels whose red channel is below `threshold`.
+QRect darkerThan(const QImage& image, int threshold) {
+    QRect extent;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (qRed(image.pixel(x, y)) < threshold) {
+                extent |= QRect(x, y, 1, 1);
+            }
+        }
+    }
+    return extent;
 }
 
 CaptureView* visibleOverlay() {
@@ -230,6 +245,30 @@ TEST_F(CaptureTest, DimsAroundTheSelectionAndShowsTheGrabUnscaledInside) {
     EXPECT_NEAR(qRed(left), 28, 2);
     EXPECT_NEAR(qGreen(left), 77, 2);
     QTest::keyClick(view, Qt::Key_Escape);
+}
+
+TEST(CaptureSizeLabel, HasTheFaceAndBoxOfTheCanvasReadOuts) {
+    QImage white(400, 300, QImage::Format_RGB32);
+    white.fill(Qt::white);
+    CaptureView view(white, QRect(0, 0, 400, 300), 1);
+    view.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
+    QTest::mousePress(&view, Qt::LeftButton, {}, QPoint(20, 20));
+    moveWithButton(&view, QPoint(131, 81));
+    // Below the selection only the label's box is darker than the dimmed white (140; the box
+    // over it is 49). Each threshold lies halfway between box and background.
+    const QRect label = darkerThan(view.grab().toImage().copy(0, 90, 400, 210), 95);
+
+    QImage canvas(400, 100, QImage::Format_RGB32);
+    canvas.fill(Qt::white);
+    QPainter painter(&canvas);
+    render::drawLabel(painter, QPointF(0, 0), QStringLiteral("111 × 61 px"), 1);
+    painter.end();
+    const QRect readOut = darkerThan(canvas, 172); // the box over white is 89
+    ASSERT_FALSE(readOut.isEmpty());
+    EXPECT_NEAR(label.width(), readOut.width(), 1);
+    EXPECT_NEAR(label.height(), readOut.height(), 1);
+    QTest::keyClick(&view, Qt::Key_Escape);
 }
 
 TEST_F(CaptureTest, FailedGrabPrintsAndCallsNothing) {

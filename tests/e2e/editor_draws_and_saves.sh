@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # End to end, as a person uses it: the real app on its own X server, opened with an image on the
 # command line, a rectangle drawn with the R key and a mouse drag; then the window closed with
-# Ctrl+W, a second time the app ended by SIGTERM with the window open (each time the history
-# bundle on disk must hold that rectangle), and a third time the picture copied with
+# Ctrl+W, a second time the app ended by SIGTERM and once more quit with Ctrl+Q, each with the
+# window open (each time the history bundle on disk must hold that rectangle), and a third time the picture copied with
 # Ctrl+Shift+C, which must still paste, rectangle included, once its window has closed and with
 # no clipboard manager running; a fourth time an area of it captured with `vellumix --capture`;
 # then the same through the status menu of the tray icon (an XEmbed tray, trayer, stands in for
@@ -95,6 +95,14 @@ kill -TERM "$APP_PID"
 timeout 10 tail --pid="$APP_PID" -f /dev/null || fail "the app did not quit on SIGTERM"
 APP_PID=""
 expect_saved_rectangle "quit by SIGTERM"
+
+# Quit with Ctrl+Q in the editor, as the tray's Quit does: the window's closing save runs.
+sleep 1.1
+open_and_draw
+xdotool key ctrl+q
+timeout 10 tail --pid="$APP_PID" -f /dev/null || fail "the app did not quit on Ctrl+Q"
+APP_PID=""
+expect_saved_rectangle "quit with Ctrl+Q"
 
 # Copied with Ctrl+Shift+C (the window then closes): the app keeps serving the clipboard.
 open_and_draw

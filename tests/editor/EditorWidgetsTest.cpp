@@ -99,6 +99,17 @@ TEST(SaveSplitButton, ReturnRunsTheMainPartOnlyWhileShownAndEnabled) {
     EXPECT_EQ(w.mainClicks, 1);
     QTest::keyClick(w.other, Qt::Key_Enter, Qt::KeypadModifier);
     EXPECT_EQ(w.mainClicks, 2);
+    // The modifiers held do not matter.
+    int expected = w.mainClicks;
+    for (const Qt::KeyboardModifiers held :
+         {Qt::KeyboardModifiers(Qt::ShiftModifier), Qt::KeyboardModifiers(Qt::ControlModifier),
+          Qt::KeyboardModifiers(Qt::AltModifier), Qt::ControlModifier | Qt::ShiftModifier}) {
+        QTest::keyClick(w.other, Qt::Key_Return, held);
+        QTest::keyClick(w.other, Qt::Key_Enter, held | Qt::KeypadModifier);
+        expected += 2;
+        EXPECT_EQ(w.mainClicks, expected) << held.toInt();
+    }
+    w.mainClicks = 2;
 
     w.footer->hide(); // an ancestor hidden (the image-edit footer is shown instead)
     QTest::keyClick(w.other, Qt::Key_Return);
@@ -129,8 +140,9 @@ TEST(SaveSplitButton, ReturnStaysWithAFocusedLineEditOrTextEditor) {
     w.textBox->setFocus();
     QTest::keyClicks(w.textBox, QStringLiteral("ab"));
     QTest::keyClick(w.textBox, Qt::Key_Return);
+    QTest::keyClick(w.textBox, Qt::Key_Return, Qt::ShiftModifier);
     QTest::keyClicks(w.textBox, QStringLiteral("c"));
-    EXPECT_EQ(w.textBox->toPlainText(), QStringLiteral("ab\nc"));
+    EXPECT_EQ(w.textBox->toPlainText(), QStringLiteral("ab\n\nc"));
     EXPECT_EQ(w.mainClicks, 0);
 
     // Once the field loses the focus, Return saves again.

@@ -7,6 +7,7 @@
 #include "editor/ColorWell.h"
 #include "editor/EditorModel.h"
 #include "editor/EditorWindowController.h"
+#include "editor/SplitButtons.h"
 #include "imaging/ExportFormats.h"
 #include "library/BundleAutosave.h"
 #include "library/HistoryStore.h"
@@ -95,6 +96,7 @@ protected:
     QComboBox* fontFamilyPopUp() const { return window->m_fontFamilyPopUp; }
     QComboBox* fontSizePopUp() const { return window->m_fontSizePopUp; }
     void showSaveModeMenu() const { window->showSaveModeMenu(); }
+    static SaveSplitButton* saveButton(const EditorWindowController& w) { return w.m_saveButton; }
     QToolButton* copyButton() const { return window->m_copyButton; }
     QToolButton* imageEditButton(const char* name) const {
         return window->m_imageEditGroup->findChild<QToolButton*>(QLatin1String(name));

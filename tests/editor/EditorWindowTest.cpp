@@ -1,5 +1,8 @@
 #include "EditorWindowFixture.h"
 
+#include <QMenu>
+#include <QTimer>
+
 TEST_F(EditorWindowTest, OpensTitledAtItsFitWithTheReadOuts) {
     openImage(400, 300);
     EXPECT_EQ(window->windowTitle(), QStringLiteral("Vellumix"));
@@ -201,6 +204,41 @@ TEST_F(EditorWindowTest, RetainedStylesCarryAcrossWindows) {
     QTest::keyClick(lineWidthPopUp(), Qt::Key_Down);
     QTest::mouseClick(tool(Tool::arrow), Qt::LeftButton);
     EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("M"));
+}
+
+TEST_F(EditorWindowTest, AModeChosenInOneWindowRetitlesEveryWindow) {
+    openImage();
+    EditorDocument other;
+    other.image = whiteImage(200, 100);
+    const auto second = open(std::move(other));
+    EXPECT_EQ(saveButton(*second)->title(), QStringLiteral("Export to Desktop"));
+
+    // "Export as…" from the first window's chevron menu: its dialog opens at once (and is
+    // cancelled here).
+    SaveSplitButton* button = saveButton(*window);
+    QTest::mouseClick(button, Qt::LeftButton, {}, button->chevronRect().center());
+    QAction* exportAs = nullptr;
+    for (QMenu* menu : window->findChildren<QMenu*>()) {
+        for (QAction* item : menu->actions()) {
+            if (item->text() == QStringLiteral("Export as…")) {
+                exportAs = item;
+            }
+        }
+    }
+    ASSERT_NE(exportAs, nullptr);
+    bool dialogShown = false;
+    QTimer cancel;
+    QObject::connect(&cancel, &QTimer::timeout, [&] {
+        if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+            dialogShown = true;
+            dialog->reject();
+        }
+    });
+    cancel.start(10);
+    exportAs->trigger();
+    EXPECT_TRUE(dialogShown);
+    EXPECT_EQ(button->title(), QStringLiteral("Export as…"));
+    EXPECT_EQ(saveButton(*second)->title(), QStringLiteral("Export as…"));
 }
 
 TEST_F(EditorWindowTest, ThePanelColoursTheTextBeingEdited) {

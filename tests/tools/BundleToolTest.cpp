@@ -1,6 +1,7 @@
 #include "BundleTool.h"
 
 #include "bundle/ProjectBundle.h"
+#include "support/HeicFixture.h"
 
 #include <QDir>
 #include <QFile>
@@ -93,6 +94,13 @@ TEST_F(BundleToolTest, BadInputIsOneLineAndStatusOne) {
     expectOneLineFailure(run({"info", bundlePath()}));
 
     EXPECT_EQ(run({"frobnicate"}).status, 2);
+}
+
+TEST_F(BundleToolTest, CreateReadsHeic) {
+    const QString photo = dir.filePath("photo.heic");
+    ASSERT_TRUE(test_support::writeHeicPicture(photo));
+    ASSERT_EQ(run({"create", photo, bundlePath()}).status, 0);
+    EXPECT_TRUE(test_support::looksLikeHeicPicture(bundle::readImage(bundlePath())));
 }
 
 TEST_F(BundleToolTest, UnreadableAnnotationsReadAsNone) {

@@ -15,6 +15,7 @@
 #include "platform/BundleServices.h"
 #include "platform/FastPngEncoder.h"
 #include "platform/ImageFilters.h"
+#include "platform/ImageImport.h"
 #include "platform/SecretServiceKeychain.h"
 #include "platform/VisionAnalyzer.h"
 
@@ -52,7 +53,7 @@ int create(const QString& imagePath, const QString& bundlePath, QTextStream& err
     if (QFileInfo::exists(bundlePath)) {
         return fail(err, QStringLiteral("%1 already exists").arg(bundlePath));
     }
-    const QImage image = readImageFile(imagePath);
+    const QImage image = importImageFile(imagePath);
     if (image.isNull()) {
         return fail(err, QStringLiteral("cannot read image %1").arg(imagePath));
     }
