@@ -57,11 +57,16 @@ std::optional<QRectF> boxedSpanRect(const OCRLine& line, int start, int length) 
         }
     }
     QRectF box;
+    // Whether the span begins or ends inside a word, where only glyph boxes tell.
+    std::optional<bool> startsInWord;
+    bool endsInWord = false;
     auto glyph = line.glyphs.begin();
     for (const OCRTextBox& word : line.words) {
         if (word.end() <= start || word.start >= end) {
             continue;
         }
+        startsInWord = startsInWord.value_or(start > word.start);
+        endsInWord = end < word.end();
         while (glyph != line.glyphs.end() && glyph->end() <= word.start) {
             ++glyph;
         }
@@ -85,12 +90,16 @@ std::optional<QRectF> boxedSpanRect(const OCRLine& line, int start, int length) 
     if (box.isEmpty()) {
         return std::nullopt;
     }
-    // Glyph boxes from the recogniser may stop short of a letter's ink by a pixel or two; half a
-    // character each side makes up for it, and the span keeps the line's full height.
+    // Glyph boxes from the recogniser may stop short of a letter's ink by a pixel or two: half a
+    // character makes up for it where the span ends inside a word (at a word's edge, the word's
+    // box is exact, and a margin would cover the neighbouring text). The span keeps the line's
+    // full height.
     const double margin = typicalCharWidth(line) / 2;
     const QRectF lineRect = line.rect.normalized();
-    return QRectF(QPointF(box.left() - margin, std::min(box.top(), lineRect.top())),
-                  QPointF(box.right() + margin, std::max(box.bottom(), lineRect.bottom())));
+    return QRectF(QPointF(box.left() - (startsInWord.value_or(false) ? margin : 0),
+                          std::min(box.top(), lineRect.top())),
+                  QPointF(box.right() + (endsInWord ? margin : 0),
+                          std::max(box.bottom(), lineRect.bottom())));
 }
 
 // The box of a span from its place in the line's text alone.

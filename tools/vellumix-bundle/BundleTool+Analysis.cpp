@@ -18,20 +18,25 @@ Json rectJson(const QRectF& rect) {
     return Json::array({rect.x(), rect.y(), rect.width(), rect.height()});
 }
 
-// The fields in the order of the analysis records; each line's words with their boxes.
-Json analysisJson(const VisionAnalysis& analysis) {
-    Json lines = Json::array();
-    for (const OCRLine& line : analysis.lines) {
+// Each line with its words and their boxes.
+Json linesJson(const std::vector<OCRLine>& lines) {
+    Json json = Json::array();
+    for (const OCRLine& line : lines) {
         Json words = Json::array();
         for (const OCRTextBox& word : line.words) {
             words.push_back({{"text", line.text.mid(word.start, word.length).toStdString()},
                              {"rect", rectJson(word.rect)}});
         }
-        lines.push_back({{"text", line.text.toStdString()},
-                         {"rect", rectJson(line.rect)},
-                         {"relativeSize", rawValue(line.relativeSize).toStdString()},
-                         {"words", words}});
+        json.push_back({{"text", line.text.toStdString()},
+                        {"rect", rectJson(line.rect)},
+                        {"relativeSize", rawValue(line.relativeSize).toStdString()},
+                        {"words", words}});
     }
+    return json;
+}
+
+// The fields in the order of the analysis records.
+Json analysisJson(const VisionAnalysis& analysis) {
     Json regions = Json::array();
     for (const SalientRegion& region : analysis.salientRegions) {
         regions.push_back({{"rect", rectJson(region.rect)}, {"confidence", region.confidence}});
@@ -40,7 +45,10 @@ Json analysisJson(const VisionAnalysis& analysis) {
     for (const QString& label : analysis.classifications) {
         labels.push_back(label.toStdString());
     }
-    return {{"classifications", labels}, {"lines", lines}, {"salientRegions", regions}};
+    return {{"classifications", labels},
+            {"lines", linesJson(analysis.lines)},
+            {"salientRegions", regions},
+            {"doubtfulLines", linesJson(analysis.doubtfulLines)}};
 }
 
 struct RedactOptions {
