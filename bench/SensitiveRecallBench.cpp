@@ -3,7 +3,8 @@
 // own. Reports recall (secrets of which no 5-character run is read again after the found text is
 // filled), false marks, innocent lines lost, and the time of Find Sensitive Text on each cached
 // analysis; each scene's leaks and false marks are printed as it is scored (and all its
-// recognised text with VELLUMIX_RECALL_SHOW_TEXT set).
+// recognised text with VELLUMIX_RECALL_SHOW_TEXT set, its pictures before and after redaction
+// saved into the folder VELLUMIX_RECALL_SAVE_DIR names).
 
 #include "support/RecallScenes.h"
 
@@ -41,6 +42,8 @@ const std::vector<Scored>& scored() {
     static const std::vector<Scored> all = [] {
         // The scenes' recognised text too, for working on the patterns.
         const bool showText = qEnvironmentVariableIsSet("VELLUMIX_RECALL_SHOW_TEXT");
+        // And the pictures, before and after, into this folder.
+        const QString saveTo = qEnvironmentVariable("VELLUMIX_RECALL_SAVE_DIR");
         std::vector<Scored> results;
         XServer server;
         unsigned seed = 100;
@@ -52,6 +55,11 @@ const std::vector<Scored>& scored() {
             }
             results.push_back({spec, evaluate(*scene)});
             const Outcome& o = results.back().outcome;
+            if (!saveTo.isEmpty()) {
+                const QString name = saveTo + u'/' + spec.name().replace(u' ', u'-');
+                scene->image.save(name + QStringLiteral(".png"));
+                o.redacted.save(name + QStringLiteral("-redacted.png"));
+            }
             std::printf("%-22s hidden %d/%d  marks %d  false %lld  innocent lost %lld\n",
                         qPrintable(spec.name()), o.hidden, o.planted, o.marks,
                         qlonglong(o.falseMarks.size()), qlonglong(o.innocentLost.size()));

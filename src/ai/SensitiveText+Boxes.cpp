@@ -38,6 +38,29 @@ double typicalCharWidth(const OCRLine& line) {
     return characters > 0 ? width / characters : 0;
 }
 
+// Brackets, quotes and sentence marks glued to a span in its word are covered too: then the
+// span's ends lie on the word's exact edges rather than on the recogniser's glyph boxes, which
+// may stop short of the last letter.
+void takeInGluedMarks(const OCRLine& line, int& start, int& end) {
+    for (const OCRTextBox& word : line.words) {
+        if (word.start < start && start < word.end()) {
+            const QStringView before =
+                QStringView(line.text).sliced(word.start, start - word.start);
+            if (std::all_of(before.begin(), before.end(),
+                            [](QChar c) { return QStringView(u"([{<\"'").contains(c); })) {
+                start = word.start;
+            }
+        }
+        if (word.start < end && end < word.end()) {
+            const QStringView after = QStringView(line.text).sliced(end, word.end() - end);
+            if (std::all_of(after.begin(), after.end(),
+                            [](QChar c) { return QStringView(u".,;:!?)]}>\"'").contains(c); })) {
+                end = word.end();
+            }
+        }
+    }
+}
+
 // The box of a span from the engine's own boxes: every glyph (or, where its word's glyphs are
 // unknown, every word) the span touches, out to a word's edge where the span reaches it. None
 // when a character of the span other than a space lies in no word: the estimate must do then.
@@ -45,7 +68,8 @@ std::optional<QRectF> boxedSpanRect(const OCRLine& line, int start, int length) 
     if (line.words.empty()) {
         return std::nullopt;
     }
-    const int end = start + length;
+    int end = start + length;
+    takeInGluedMarks(line, start, end);
     auto owner = line.words.begin();
     for (int i = std::max(0, start); i < end && i < line.text.size(); ++i) {
         while (owner != line.words.end() && owner->end() <= i) {
@@ -158,10 +182,12 @@ QRectF redactionAreaFor(const QRectF& matchRect, QSize imageSize,
         if (other.right() <= area.left() || other.left() >= area.right()) {
             continue;
         }
-        if (other.top() >= box.bottom()) {
-            area.setBottom(std::min(area.bottom(), other.top()));
-        } else if (other.bottom() <= box.top()) {
-            area.setTop(std::max(area.top(), other.bottom()));
+        // Lines set tightly may overlap the box a little: they are above or below it by their
+        // middles, and the box itself stays whole.
+        if (other.center().y() > box.bottom()) {
+            area.setBottom(std::min(area.bottom(), std::max(box.bottom(), other.top())));
+        } else if (other.center().y() < box.top()) {
+            area.setTop(std::max(area.top(), std::min(box.top(), other.bottom())));
         }
     }
     return area & QRectF(QPointF(0, 0), QSizeF(imageSize));

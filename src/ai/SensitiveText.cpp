@@ -608,8 +608,8 @@ const Pattern patternTable[] = {
      R"((?<![A-Za-z0-9])(?:A[KS][I1l|]A|AGPA|AIDA|AROA|ANPA|ANVA|AIPA)[0-9A-Za-z]{16}(?![A-Za-z0-9]))"},
     {SensitiveKind::secret, // GitHub tokens; OCR reads the underscore as a space or a bar
      R"((?<![A-Za-z0-9])(?:gh[pousr](?:_| ?\| ?| )[A-Za-z0-9]{30,}+|github_pat_[A-Za-z0-9_]{30,}+))"},
-    {SensitiveKind::secret, // Stripe keys
-     R"((?<![A-Za-z0-9])(?:sk|pk|rk)_(?:live|test)_[A-Za-z0-9]{10,}+)"},
+    {SensitiveKind::secret, // Stripe keys; OCR may read an underscore as a space, or add one
+     R"((?<![A-Za-z0-9])(?:sk|pk|rk)[_ ](?:live|test)(?:_ ?+| )[A-Za-z0-9]{10,}+)"},
     {SensitiveKind::secret, // Slack tokens
      R"((?<![A-Za-z0-9])xox[abposre]-[A-Za-z0-9\-]{10,}+)", 0, checkPrefixedKey},
     {SensitiveKind::secret, // Google API keys

@@ -112,8 +112,8 @@ std::vector<SensitiveMatch> findSensitiveText(const VisionAnalysis& analysis,
 /// The area to redact for a match's box: recognised line boxes hug the letters, while
 /// underscores and some descenders reach below them, so the box grows by a quarter of its height
 /// up and down and by two pixels sideways, within the image; but not into any of `lines` (the
-/// recognised lines' rects) above or below it that it does not already overlap, so that tightly
-/// set neighbouring lines stay readable.
+/// recognised lines' rects) whose middle lies above or below the box, so that tightly set
+/// neighbouring lines stay readable.
 QRectF redactionAreaFor(const QRectF& matchRect, QSize imageSize,
                         const std::vector<QRectF>& lines = {});
 

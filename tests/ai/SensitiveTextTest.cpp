@@ -152,6 +152,10 @@ const Found ocrReadings[] = {
      "ghp GrzKLhYHuHtNNi7bOTyHIaZeGbgJH7xyz"},
     {K::secret, "key sk_live_51HqLyjWDarjtT1zdp7dc and then Some", "sk_live_51HqLyjWDarjtT1zdp7dc"},
     {K::secret, "the key sk_live_nabWZru8pBqm8f]VJBJvwrzW.", "sk_live_nabWZru8pBqm8f]VJBJvwrzW."},
+    {K::secret, "rotated the key sk_live_ VP2Z8VBDZiBWBp7V7WYS5Kox4.",
+     "sk_live_ VP2Z8VBDZiBWBp7V7WYS5Kox4"},
+    {K::secret, "rotated the key sk_live NEaYYUwwySNUe34a93Fph8az.",
+     "sk_live NEaYYUwwySNUe34a93Fph8az"},
     {K::secret, "|aws_secret_access_key = Nh/KUIdR706 lwh2AKtz+FzoXdrG",
      "Nh/KUIdR706 lwh2AKtz+FzoXdrG"},
 };
@@ -382,6 +386,9 @@ TEST(SensitiveBoxes, RedactionAreasReachBelowTheLettersWithinThePicture) {
                                     QRectF(310, 40, 80, 20), QRectF(100, 48, 300, 24)};
     EXPECT_EQ(redactionAreaFor(QRectF(100, 50, 200, 20), QSize(800, 600), lines),
               QRectF(98, 47, 204, 25));
+    // A descender above reaching into the box: no growth past the box on that side.
+    EXPECT_EQ(redactionAreaFor(QRectF(100, 50, 200, 20), QSize(800, 600), {QRectF(0, 30, 200, 22)}),
+              QRectF(98, 50, 204, 25));
 }
 
 TEST(SensitiveBoxes, SpanBoxesAreClampedAndLongSpansTakeTheLine) {
@@ -424,6 +431,9 @@ TEST(SensitiveBoxes, EngineBoxesReachFromTheFirstGlyphToTheLast) {
     // Even where the last glyph's box falls short of it.
     env.glyphs.back().rect.setRight(520);
     EXPECT_EQ(sensitiveSpanRect(env, 22, 21).right(), 530);
+    // Brackets and stops glued to a span are covered with it, to the word's edges.
+    EXPECT_EQ(sensitiveSpanRect(boxedLine("mail (jane@x.io). ok"), 6, 9),
+              QRectF(QPointF(150, 50), QPointF(270, 70)));
     // Words without glyphs count whole; a character of the span in no word falls back to the
     // estimate, within the line.
     OCRLine words = boxedLine("mail jane@example.com now");

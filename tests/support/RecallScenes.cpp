@@ -407,10 +407,10 @@ Outcome evaluate(const Scene& scene) {
         }
     }
     outcome.marks = int(matches.size());
-    const QImage redacted = imageops::redact(scene.image, areas, Color::black(), {}, 0x5eed);
+    outcome.redacted = imageops::redact(scene.image, areas, Color::black(), {}, 0x5eed);
     outcome.read = allText(outcome.analysis);
     const QString before = folded(outcome.read);
-    outcome.reread = allText(VisionAnalyzer::analyze(redacted));
+    outcome.reread = allText(VisionAnalyzer::analyze(outcome.redacted));
     const QString after = folded(outcome.reread);
     outcome.planted = int(scene.secrets.size());
     for (int i = 0; i < outcome.planted; ++i) {

@@ -51,6 +51,7 @@ struct Outcome {
     VisionAnalysis analysis;
     QString read;
     QString reread;
+    QImage redacted;
 };
 
 /// An Xvfb of its own (the display number chosen by the server), stopped with the object.
