@@ -605,9 +605,11 @@ const Pattern patternTable[] = {
 
     // Keys with known prefixes.
     {SensitiveKind::secret, // AWS access key IDs; OCR reads some capitals in lower case
-     R"((?<![A-Za-z0-9])(?:A[KS][I1l|]A|AGPA|AIDA|AROA|ANPA|ANVA|AIPA)[0-9A-Za-z]{16}(?![A-Za-z0-9]))"},
+     R"((?<![A-Za-z0-9])(?:A[KS][I1l|]A|AGPA|AIDA|AROA|ANPA|ANVA|AIPA))"
+     R"([0-9A-Za-z]{16}(?![A-Za-z0-9]))"},
     {SensitiveKind::secret, // GitHub tokens; OCR reads the underscore as a space or a bar
-     R"((?<![A-Za-z0-9])(?:gh[pousr](?:_| ?\| ?| )[A-Za-z0-9]{30,}+|github_pat_[A-Za-z0-9_]{30,}+))"},
+     R"((?<![A-Za-z0-9])(?:gh[pousr](?:_| ?\| ?| )[A-Za-z0-9]{30,}+)"
+     R"(|github_pat_[A-Za-z0-9_]{30,}+))"},
     {SensitiveKind::secret, // Stripe keys; OCR may read an underscore as a space, or add one
      R"((?<![A-Za-z0-9])(?:sk|pk|rk)[_ ](?:live|test)(?:_ ?+| )[A-Za-z0-9]{10,}+)"},
     {SensitiveKind::secret, // Slack tokens
@@ -636,7 +638,8 @@ const Pattern patternTable[] = {
     // underscores as spaces (so CONSTANT_CASE names may hold spaces; lower-case ones may not).
     {SensitiveKind::secret,
      R"(^[\s|!\[\]]*+(?:export\s++)?+)"
-     R"((?:(?:[A-Z][A-Z0-9]*+[_ .,|\-]{1,3}+)*?(?:KEY|TOKEN|SECRET|PASSWORD|PASSWD|PASS|PWD)(?:[_ ]ID)?)"
+     R"((?:(?:[A-Z][A-Z0-9]*+[_ .,|\-]{1,3}+)*?)"
+     R"((?:KEY|TOKEN|SECRET|PASSWORD|PASSWD|PASS|PWD)(?:[_ ]ID)?)"
      R"(|(?:[a-z][a-z0-9]*+_)*?(?:key|token|secret|password|passwd|pass|pwd)(?:_id)?))"
      R"( ?+[=:] ?+["']?+(\S.*?)["']?\s*+$)",
      1, checkLineValue},
