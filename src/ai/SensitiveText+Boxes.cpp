@@ -81,6 +81,8 @@ std::optional<QRectF> boxedSpanRect(const OCRLine& line, int start, int length) 
         }
     }
     QRectF box;
+    // The words the span touches: their boxes hold all its ink, up and down.
+    QRectF touched;
     // Whether the span begins or ends inside a word, where only glyph boxes tell.
     std::optional<bool> startsInWord;
     bool endsInWord = false;
@@ -91,6 +93,7 @@ std::optional<QRectF> boxedSpanRect(const OCRLine& line, int start, int length) 
         }
         startsInWord = startsInWord.value_or(start > word.start);
         endsInWord = end < word.end();
+        touched |= word.rect;
         while (glyph != line.glyphs.end() && glyph->end() <= word.start) {
             ++glyph;
         }
@@ -116,14 +119,13 @@ std::optional<QRectF> boxedSpanRect(const OCRLine& line, int start, int length) 
     }
     // Glyph boxes from the recogniser may stop short of a letter's ink by a pixel or two: half a
     // character makes up for it where the span ends inside a word (at a word's edge, the word's
-    // box is exact, and a margin would cover the neighbouring text). The span keeps the line's
-    // full height.
+    // box is exact, and a margin would cover the neighbouring text). Up and down, the span takes
+    // its words' full height; not the line's, which an unsure reading may stretch over two rows.
     const double margin = typicalCharWidth(line) / 2;
-    const QRectF lineRect = line.rect.normalized();
-    return QRectF(QPointF(box.left() - (startsInWord.value_or(false) ? margin : 0),
-                          std::min(box.top(), lineRect.top())),
-                  QPointF(box.right() + (endsInWord ? margin : 0),
-                          std::max(box.bottom(), lineRect.bottom())));
+    return QRectF(
+        QPointF(box.left() - (startsInWord.value_or(false) ? margin : 0),
+                std::min(box.top(), touched.top())),
+        QPointF(box.right() + (endsInWord ? margin : 0), std::max(box.bottom(), touched.bottom())));
 }
 
 // The box of a span from its place in the line's text alone.

@@ -93,8 +93,8 @@ bool isCredentialValue(QStringView text);
 /// The box of `length` characters from `start` in a recognised line, in image pixels. With the
 /// engine's word and glyph boxes, it reaches from the span's first glyph to its last (whole
 /// words where their glyphs are unknown) and out to a word's edge where the span reaches one,
-/// half a typical character wider where it ends inside a word, and at least as tall as the
-/// line. Otherwise it is estimated in proportion to the character
+/// half a typical character wider where it ends inside a word, and as tall as the words it
+/// touches. Otherwise it is estimated in proportion to the character
 /// positions, widened by one average character width on each side and clamped to the line, with
 /// the line's height; a span of at least 80 % of the line's characters gets the whole line.
 QRectF sensitiveSpanRect(const OCRLine& line, int start, int length);

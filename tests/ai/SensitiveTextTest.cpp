@@ -427,18 +427,18 @@ TEST(SensitiveBoxes, EngineBoxesReachFromTheFirstGlyphToTheLast) {
     // "KEY=wJalr…" is one word: the key's box starts half a character before its own first
     // glyph, whatever the characters' widths, and ends at the word's edge.
     OCRLine env = boxedLine("AWS_SECRET_ACCESS_KEY=wJalrXUtnFEMI/K7MDENG");
-    EXPECT_EQ(sensitiveSpanRect(env, 22, 21), QRectF(QPointF(316, 50), QPointF(530, 70)));
+    EXPECT_EQ(sensitiveSpanRect(env, 22, 21), QRectF(QPointF(316, 52), QPointF(530, 68)));
     // Even where the last glyph's box falls short of it.
     env.glyphs.back().rect.setRight(520);
     EXPECT_EQ(sensitiveSpanRect(env, 22, 21).right(), 530);
     // Brackets and stops glued to a span are covered with it, to the word's edges.
     EXPECT_EQ(sensitiveSpanRect(boxedLine("mail (jane@x.io). ok"), 6, 9),
-              QRectF(QPointF(150, 50), QPointF(270, 70)));
+              QRectF(QPointF(150, 52), QPointF(270, 68)));
     // Words without glyphs count whole; a character of the span in no word falls back to the
     // estimate, within the line.
     OCRLine words = boxedLine("mail jane@example.com now");
     words.glyphs.clear();
-    EXPECT_EQ(sensitiveSpanRect(words, 5, 16), QRectF(QPointF(150, 50), QPointF(310, 70)));
+    EXPECT_EQ(sensitiveSpanRect(words, 5, 16), QRectF(QPointF(150, 52), QPointF(310, 68)));
     words.words.erase(words.words.begin() + 1);
     const QRectF estimate = sensitiveSpanRect(words, 5, 16);
     EXPECT_GE(estimate.left(), 100);
