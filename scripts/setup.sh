@@ -25,7 +25,7 @@ PACKAGES=(
   nlohmann-json3-dev libsimdjson-dev
   # tests, benchmarks and fuzzing
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  xvfb xauth x11-apps xdotool xclip trayer desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
+  xvfb xauth x11-apps xdotool xclip trayer xterm desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
 )
 
 missing=()

@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <array>
+#include <optional>
 #include <vector>
 
 /// Finding secrets and personal details in the recognised text of a picture, so that the editor
@@ -49,6 +50,11 @@ inline constexpr SensitiveKinds allSensitiveKinds = SensitiveKinds::fromInt(0x7f
 /// "Phone number", "Card number", "JWT", "Secret".
 QString sensitiveKindName(SensitiveKind kind);
 
+/// The short key of a kind on command lines: "email", "url", "ip", "phone", "card", "jwt",
+/// "secret"; and the kind of such a key (none for anything else).
+QString sensitiveKindKey(SensitiveKind kind);
+std::optional<SensitiveKind> sensitiveKindForKey(QStringView key);
+
 /// A span of one line's text, in UTF-16 code units.
 struct SensitiveSpan {
     SensitiveKind kind = SensitiveKind::secret;
@@ -59,8 +65,8 @@ struct SensitiveSpan {
     bool operator==(const SensitiveSpan&) const = default;
 };
 
-/// A proposal to redact: the span of `lines[lineIndex].text` and its estimated box in image
-/// pixels, never outside the line's rect.
+/// A proposal to redact: the span of `analysisLine(analysis, lineIndex).text` and its box in
+/// image pixels.
 struct SensitiveMatch {
     SensitiveKind kind = SensitiveKind::secret;
     int lineIndex = 0;
@@ -76,21 +82,40 @@ struct SensitiveMatch {
 std::vector<SensitiveSpan> findSensitiveSpans(const QString& text,
                                               SensitiveKinds kinds = allSensitiveKinds);
 
-/// The box of `length` characters from `start` in a recognised line. OCR boxes whole lines only,
-/// so the span's extent is estimated in proportion to its character positions, widened by one
-/// average character width on each side and clamped to the line; it takes the line's height. A
-/// span covering at least 80 % of the line's characters gets the whole line rect.
+/// Whether a recognised line is nothing but a credential's label, as forms show them beside
+/// their fields: "Password", "API key:", "Secret key", "Access token", "Passphrase".
+bool isCredentialLabel(QStringView text);
+
+/// Whether a line beside a credential's label holds its value: one piece without spaces, of at
+/// least 4 characters, not masked (all one character) and no placeholder ("<none>", "(empty)").
+bool isCredentialValue(QStringView text);
+
+/// The box of `length` characters from `start` in a recognised line, in image pixels. With the
+/// engine's word and glyph boxes, it reaches from the span's first glyph to its last (whole
+/// words where their glyphs are unknown) and out to a word's edge where the span reaches one,
+/// half a typical character wider where it ends inside a word, and as tall as the words it
+/// touches. Otherwise it is estimated in proportion to the character
+/// positions, widened by one average character width on each side and clamped to the line, with
+/// the line's height; a span of at least 80 % of the line's characters gets the whole line.
 QRectF sensitiveSpanRect(const OCRLine& line, int start, int length);
 
-/// Every sensitive span of the given kinds in the analysis's lines, line by line in text order,
-/// with its box.
+/// The line `index` of an analysis counting through its lines and then its doubtful lines, as
+/// `SensitiveMatch::lineIndex` does.
+const OCRLine& analysisLine(const VisionAnalysis& analysis, int index);
+
+/// Every sensitive span of the given kinds in the analysis's lines and doubtful lines, line by
+/// line in text order, with its box; and, for the secret kind, the whole value beside each
+/// credential label in a form (the value to the label's right on the same row).
 std::vector<SensitiveMatch> findSensitiveText(const VisionAnalysis& analysis,
                                               SensitiveKinds kinds = allSensitiveKinds);
 
 /// The area to redact for a match's box: recognised line boxes hug the letters, while
 /// underscores and some descenders reach below them, so the box grows by a quarter of its height
-/// up and down and by two pixels sideways, within the image.
-QRectF redactionAreaFor(const QRectF& matchRect, QSize imageSize);
+/// up and down and by two pixels sideways, within the image; but not into any of `lines` (the
+/// recognised lines' rects) whose middle lies above or below the box, so that tightly set
+/// neighbouring lines stay readable.
+QRectF redactionAreaFor(const QRectF& matchRect, QSize imageSize,
+                        const std::vector<QRectF>& lines = {});
 
 // --- Requests --------------------------------------------------------------------------------
 

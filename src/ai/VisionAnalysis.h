@@ -16,11 +16,28 @@ template <> struct EnumNames<OCRLineSize> {
     static constexpr std::array<QStringView, 4> names{u"small", u"regular", u"large", u"xlarge"};
 };
 
+/// A piece of a recognised line as the engine boxed it (a word, or one glyph of it): the
+/// characters [start, start + length) of the line's text, in UTF-16 code units, and their box in
+/// image pixels.
+struct OCRTextBox {
+    int start = 0;
+    int length = 0;
+    QRectF rect;
+
+    int end() const { return start + length; }
+    bool operator==(const OCRTextBox&) const = default;
+};
+
 /// One recognised text line, in image pixels (top-left origin).
 struct OCRLine {
     QString text;
     QRectF rect;
     OCRLineSize relativeSize = OCRLineSize::regular;
+    /// The engine's own boxes of the line's words and of their glyphs, in text order; empty
+    /// when the engine gave none (an analysis read from JSON, or text the engine boxed as a
+    /// whole). Spaces between words have no box.
+    std::vector<OCRTextBox> words = {};
+    std::vector<OCRTextBox> glyphs = {};
 };
 
 /// An object-like region, in image pixels, with the analyser's confidence (0…1).
@@ -34,6 +51,10 @@ struct VisionAnalysis {
     QStringList classifications;
     std::vector<OCRLine> lines;
     std::vector<SalientRegion> salientRegions;
+    /// Lines the engine was unsure of, in reading order: mostly noise read off bars, icons and
+    /// photos, but also the lines holding keys and tokens, which are no words and so score low.
+    /// Only the search for sensitive text looks at them.
+    std::vector<OCRLine> doubtfulLines = {};
 };
 
 /// The rectangles of the recognised lines, in order.

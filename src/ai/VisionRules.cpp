@@ -204,6 +204,35 @@ QString cleanLineText(const QString& text) {
     return words.join(QLatin1Char(' '));
 }
 
+void placeTextBoxes(OCRLine& line, const std::vector<FoundWord>& words, double scale,
+                    QSizeF imageSize) {
+    line.words.clear();
+    line.glyphs.clear();
+    qsizetype from = 0;
+    for (const FoundWord& word : words) {
+        const qsizetype at = word.text.isEmpty() ? -1 : line.text.indexOf(word.text, from);
+        if (at < 0) {
+            continue;
+        }
+        from = at + word.text.size();
+        line.words.push_back(
+            {int(at), int(word.text.size()), imageRectFromWorking(word.box, scale, imageSize)});
+        QString spelled;
+        for (const auto& glyph : word.glyphs) {
+            spelled += glyph.first;
+        }
+        if (spelled != word.text) {
+            continue;
+        }
+        qsizetype position = at;
+        for (const auto& [text, box] : word.glyphs) {
+            line.glyphs.push_back(
+                {int(position), int(text.size()), imageRectFromWorking(box, scale, imageSize)});
+            position += text.size();
+        }
+    }
+}
+
 QString tesseractLanguageCode(const QString& localeName) {
     // "de_DE.UTF-8", "fr_CA@euro" and "pt-BR" all name a language and a territory.
     QString name = localeName.section(QLatin1Char('.'), 0, 0).section(QLatin1Char('@'), 0, 0);

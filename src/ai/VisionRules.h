@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <utility>
 #include <vector>
 
 /// The exact rules of image analysis, free of any recognition library: where the picture is cut
@@ -43,16 +44,26 @@ struct TextBand {
 /// than 2 × `overlap` rows per band; none for an empty picture.
 std::vector<TextBand> layoutTextBands(const std::vector<int>& rowInk, int count, int overlap);
 
+/// A word as a band's engine read it, with its glyphs (each usually one character), boxes in
+/// working-picture coordinates.
+struct FoundWord {
+    QString text;
+    QRect box;
+    std::vector<std::pair<QString, QRect>> glyphs = {};
+};
+
 /// A line as a band's engine read it, its box in working-picture coordinates.
 struct FoundLine {
     QString text;
     QRect box;
     /// The engine's confidence in the line's words, 0…100.
     double confidence = 0;
+    std::vector<FoundWord> words = {};
 };
 
 /// Tesseract's sparse-text mode also reads bars, icons and photo texture as lines, most of them
-/// scoring under 30 where interface text scores 85 and more: lines below this are noise.
+/// scoring under 30 where interface text scores 85 and more: lines below this are kept apart as
+/// doubtful (random keys and tokens score as low as noise).
 inline constexpr double minimumLineConfidence = 40;
 
 /// The lines of all bands as one list, band by band. A line clear of its band's inner edges is
@@ -74,6 +85,13 @@ void sortIntoReadingOrder(std::vector<OCRLine>& lines);
 /// confusion in English text; a bar between columns stands between capitalised headings or
 /// numbers). Empty for a line without a letter or digit: that is a rule, an icon or noise.
 QString cleanLineText(const QString& text);
+
+/// Puts the engine's word and glyph boxes of a found line on the line as recorded (its text
+/// already cleaned), mapped into image pixels as `imageRectFromWorking` does. Words are looked up
+/// in the text in order; a word not found gets no box, and the glyphs of a word only when they
+/// spell it, so that no box ever names characters it does not hold.
+void placeTextBoxes(OCRLine& line, const std::vector<FoundWord>& words, double scale,
+                    QSizeF imageSize);
 
 // --- Languages -------------------------------------------------------------------------------
 

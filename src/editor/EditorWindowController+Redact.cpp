@@ -110,9 +110,11 @@ void EditorWindowController::markSensitiveText(SensitiveKinds kinds,
         self->m_redactionBar->findButton()->setEnabled(true);
         std::vector<RedactionMark> proposals;
         const QPointF inset(geometry::canvasInset, geometry::canvasInset);
+        const std::vector<QRectF> lines = lineRects(analysis);
         for (const SensitiveMatch& match : vellumix::findSensitiveText(analysis, kinds)) {
-            proposals.push_back({redactionAreaFor(match.rect, searched.size()).translated(inset),
-                                 true, sensitiveKindName(match.kind)});
+            proposals.push_back(
+                {redactionAreaFor(match.rect, searched.size(), lines).translated(inset), true,
+                 sensitiveKindName(match.kind)});
         }
         const int found = int(proposals.size());
         marks.setProposals(std::move(proposals));

@@ -77,16 +77,17 @@ VisionAnalysis analyzeImage(const QImage& image, const std::atomic<bool>* cancel
         detectPeople(faceGrey, measures);
         const std::vector<SalientRegion> regions = findSalientRegions(small, pixels.size());
 
-        std::optional<std::vector<OCRLine>> lines = text.finish();
-        if (!lines || isCancelled(cancelled)) {
+        std::optional<RecognisedText> read = text.finish();
+        if (!read || isCancelled(cancelled)) {
             return {};
         }
         const QSizeF imageSize(image.size());
-        addTextMeasures(*lines, imageSize, measures);
+        addTextMeasures(read->lines, imageSize, measures);
 
         VisionAnalysis analysis;
         analysis.classifications = keepClassifications(classify(measures));
-        analysis.lines = std::move(*lines);
+        analysis.lines = std::move(read->lines);
+        analysis.doubtfulLines = std::move(read->doubtful);
         analysis.salientRegions = keepSalientRegions(regions);
         return analysis;
     } catch (const std::exception& error) {

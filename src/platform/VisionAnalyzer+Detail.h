@@ -40,6 +40,12 @@ TextPicture prepareTextPicture(const cv::Mat& rgb);
 /// so that the fill turns white and full white black. True when any area was turned over.
 bool invertDarkBackgrounds(cv::Mat& grey, int minimumSide);
 
+/// What the engines read: the lines, and apart from them those under the confidence floor.
+struct RecognisedText {
+    std::vector<OCRLine> lines;
+    std::vector<OCRLine> doubtful;
+};
+
 /// Text recognition running on the engines; `finish` waits for it.
 class TextRecognition {
 public:
@@ -51,7 +57,7 @@ public:
 
     /// The lines in image pixels and reading order, sizes assigned; none when an engine failed
     /// or the work was cancelled.
-    std::optional<std::vector<OCRLine>> finish();
+    std::optional<RecognisedText> finish();
 
     /// The bands and their lines, shared with the engines' threads.
     struct Batch;

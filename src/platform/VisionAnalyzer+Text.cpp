@@ -258,27 +258,65 @@ private:
         }
         std::vector<FoundLine>& lines = batch.found[index];
         std::unique_ptr<tesseract::ResultIterator> it(api.GetIterator());
+        // Word by word, so that each word's glyphs are read on the way; a line's own text and
+        // box are taken at its first word.
+        bool keep = false;
         if (it) {
             do {
-                if (it->Empty(tesseract::RIL_TEXTLINE)) {
+                if (it->Empty(tesseract::RIL_WORD)) {
                     continue;
                 }
-                int left = 0, top = 0, right = 0, bottom = 0;
-                if (!it->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom)) {
-                    continue;
+                if (it->IsAtBeginningOf(tesseract::RIL_TEXTLINE)) {
+                    std::optional<FoundLine> line = readLine(*it, band.top);
+                    keep = line.has_value();
+                    if (keep) {
+                        lines.push_back(std::move(*line));
+                    }
                 }
-                const double confidence = it->Confidence(tesseract::RIL_TEXTLINE);
-                const std::unique_ptr<char[]> text(it->GetUTF8Text(tesseract::RIL_TEXTLINE));
-                if (!text || confidence < minimumLineConfidence) {
-                    continue;
+                if (keep) {
+                    lines.back().words.push_back(readWord(*it, band.top));
                 }
-                lines.push_back({QString::fromUtf8(text.get()),
-                                 QRect(left, top + band.top, right - left, bottom - top),
-                                 confidence});
-            } while (it->Next(tesseract::RIL_TEXTLINE));
+            } while (it->Next(tesseract::RIL_WORD));
         }
         api.Clear();
         return true;
+    }
+
+    // The line at the iterator, with the engine's confidence in it (sorted out in finish).
+    static std::optional<FoundLine> readLine(tesseract::ResultIterator& it, int top) {
+        int left = 0, upper = 0, right = 0, bottom = 0;
+        if (!it.BoundingBox(tesseract::RIL_TEXTLINE, &left, &upper, &right, &bottom)) {
+            return std::nullopt;
+        }
+        const double confidence = it.Confidence(tesseract::RIL_TEXTLINE);
+        const std::unique_ptr<char[]> text(it.GetUTF8Text(tesseract::RIL_TEXTLINE));
+        if (!text) {
+            return std::nullopt;
+        }
+        return FoundLine{QString::fromUtf8(text.get()),
+                         QRect(left, upper + top, right - left, bottom - upper), confidence};
+    }
+
+    // The word at the iterator with its glyphs; leaves the iterator on the word's last glyph.
+    static FoundWord readWord(tesseract::ResultIterator& it, int top) {
+        const auto box = [&it, top](tesseract::PageIteratorLevel level) {
+            int left = 0, upper = 0, right = 0, bottom = 0;
+            it.BoundingBox(level, &left, &upper, &right, &bottom);
+            return QRect(left, upper + top, right - left, bottom - upper);
+        };
+        const auto text = [&it](tesseract::PageIteratorLevel level) {
+            const std::unique_ptr<char[]> utf8(it.GetUTF8Text(level));
+            return utf8 ? QString::fromUtf8(utf8.get()) : QString();
+        };
+        FoundWord word{text(tesseract::RIL_WORD), box(tesseract::RIL_WORD)};
+        for (;;) {
+            word.glyphs.emplace_back(text(tesseract::RIL_SYMBOL), box(tesseract::RIL_SYMBOL));
+            if (it.IsAtFinalElement(tesseract::RIL_WORD, tesseract::RIL_SYMBOL) ||
+                !it.Next(tesseract::RIL_SYMBOL)) {
+                break;
+            }
+        }
+        return word;
     }
 
     std::string m_datapath;
@@ -388,24 +426,31 @@ TextRecognition::~TextRecognition() {
     m_batch->wait();
 }
 
-std::optional<std::vector<OCRLine>> TextRecognition::finish() {
+std::optional<RecognisedText> TextRecognition::finish() {
     m_batch->wait();
     if (m_batch->failed || m_batch->isCancelled()) {
         return std::nullopt;
     }
     const QSizeF imageSize(m_imageSize.width, m_imageSize.height);
-    std::vector<OCRLine> lines;
+    RecognisedText text;
     for (const FoundLine& found : mergeBandLines(m_bands, m_batch->found)) {
         OCRLine line;
         line.text = cleanLineText(found.text);
         line.rect = imageRectFromWorking(found.box, m_picture.scale, imageSize);
-        if (!line.text.isEmpty() && !line.rect.isEmpty()) {
-            lines.push_back(std::move(line));
+        placeTextBoxes(line, found.words, m_picture.scale, imageSize);
+        if (line.text.isEmpty() || line.rect.isEmpty()) {
+            continue;
         }
+        // Taking every line the engine offers would flood the list with noise read off bars,
+        // icons and photo texture (hence also no lines without a letter or digit): lines under
+        // the confidence floor are set apart on purpose, for the search for secrets alone.
+        (found.confidence >= minimumLineConfidence ? text.lines : text.doubtful)
+            .push_back(std::move(line));
     }
-    sortIntoReadingOrder(lines);
-    assignLineSizes(lines);
-    return lines;
+    sortIntoReadingOrder(text.lines);
+    sortIntoReadingOrder(text.doubtful);
+    assignLineSizes(text.lines);
+    return text;
 }
 
 } // namespace vellumix::vision::detail

@@ -16,8 +16,9 @@
 /// picture goes to the engines as grey, with dark backgrounds turned over (Tesseract's layout
 /// analysis loses light text on a dark bar), scaled so that its typical glyph is 13 to 26 pixels
 /// tall, and cut into horizontal bands, two per engine, that overlap where a cut meets ink; each
-/// engine reads its bands in sparse-text mode, lines under the engine's noise floor
-/// (`vision::minimumLineConfidence`) or without a letter or digit are dropped, and the bands'
+/// engine reads its bands in sparse-text mode, lines without a letter or digit are dropped, those
+/// under the engine's noise floor (`vision::minimumLineConfidence`) are set apart as doubtful
+/// (searched for secrets only), words and glyphs keep the engine's boxes, and the bands'
 /// lines are merged without duplicates or cut lines (`vision::mergeBandLines`), mapped back to
 /// image pixels and put into reading order. OpenMP inside Tesseract is switched off on the
 /// engines' threads.

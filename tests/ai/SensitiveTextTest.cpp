@@ -10,6 +10,13 @@
 
 using namespace vellumix;
 
+// Readable failures: texts print as text.
+QT_BEGIN_NAMESPACE
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
+QT_END_NAMESPACE
+
 namespace {
 
 using K = SensitiveKind;
@@ -58,7 +65,7 @@ const Found truePositives[] = {
     {K::ipAddress, "Server at 192.168.1.1 is up", "192.168.1.1"},
     {K::ipAddress, "inet 10.0.0.255/24 brd", "10.0.0.255"},
     {K::ipAddress, "Mask: 255.255.255.0.", "255.255.255.0"},
-    {K::ipAddress, "ssh root@203.0.113.7", "203.0.113.7"},
+    {K::ipAddress, "ssh root@203.0.113.7", "root@203.0.113.7"},
     {K::ipAddress, "upstream 1.2.3.4:443", "1.2.3.4"},
     {K::ipAddress, "inet6 fe80::1%lo0 prefixlen 64", "fe80::1%lo0"},
     {K::ipAddress, "2001:db8:85a3::8a2e:370:7334", "2001:db8:85a3::8a2e:370:7334"},
@@ -118,6 +125,39 @@ const Found truePositives[] = {
     {K::secret, "token: a8Fk2LmQ9xZr7TbW", "a8Fk2LmQ9xZr7TbW"},
     {K::secret, "id Q29uZ3JhdHVsYXRpb25zIHlvdSBmb3VuZA== ok",
      "Q29uZ3JhdHVsYXRpb25zIHlvdSBmb3VuZA=="},
+};
+
+// As OCR reads them off terminals and dialogs: '@' as '©', spaces around dots, colons and
+// underscores, underscores read as spaces or bars, capitals read in lower case, keys cut by
+// spaces, and junk before a line.
+const Found ocrReadings[] = {
+    {K::email, "Jane Doe <omar.rossi91@example. com>", "omar.rossi91@example. com"},
+    {K::email, "From: lena.berg45©mailbox.org", "lena.berg45©mailbox.org"},
+    {K::tokenUrl, "DATABASE _URL=postgres: //app : 5GBw90yqoyb@100. 253.173.73:5432/orders",
+     "postgres: //app : 5GBw90yqoyb@100. 253.173.73:5432/orders"},
+    {K::tokenUrl, "IDATABASE_URL=postgres://app :MUIM89KGhf0@115.212.156.180:5432/orders",
+     "postgres://app :MUIM89KGhf0@115.212.156.180:5432/orders"},
+    {K::ipAddress, "from 137 .72.222.168 failed", "137 .72.222.168"},
+    {K::ipAddress, "$ ssh deploy@101.58. 239.251", "deploy@101.58. 239.251"},
+    {K::jwt,
+     "Bearer eyJhbGci0iJIUZI1NiJ9.eyJzdWIi0iI3NzgxODci0X0 . 7Kxej cCDTUVOGF58F4zGYn7\" https://a",
+     "eyJhbGci0iJIUZI1NiJ9.eyJzdWIi0iI3NzgxODci0X0 . 7Kxej cCDTUVOGF58F4zGYn7"},
+    {K::secret, "JAWS _ACCESS_KEY_ID=AKIA7X5LPINIE7IV44A0", "AKIA7X5LPINIE7IV44A0"},
+    {K::secret, "id AKlA7X5LPJNIE7IV44ao", "AKlA7X5LPJNIE7IV44ao"},
+    {K::secret, "AWS SECRET | ACCESS , KEY=3DgAQmHZcb+HeuEvZj Cr/mLFonHMqz1nFsZgrORZ",
+     "3DgAQmHZcb+HeuEvZj Cr/mLFonHMqz1nFsZgrORZ"},
+    {K::secret, "GITHUB TOKEN=ghp | GrzKLhYHuHtNNi7bOTyHIaZeGbgJH7 j 3wC30",
+     "ghp | GrzKLhYHuHtNNi7bOTyHIaZeGbgJH7 j 3wC30"},
+    {K::secret, "token ghp GrzKLhYHuHtNNi7bOTyHIaZeGbgJH7xyz",
+     "ghp GrzKLhYHuHtNNi7bOTyHIaZeGbgJH7xyz"},
+    {K::secret, "key sk_live_51HqLyjWDarjtT1zdp7dc and then Some", "sk_live_51HqLyjWDarjtT1zdp7dc"},
+    {K::secret, "the key sk_live_nabWZru8pBqm8f]VJBJvwrzW.", "sk_live_nabWZru8pBqm8f]VJBJvwrzW."},
+    {K::secret, "rotated the key sk_live_ VP2Z8VBDZiBWBp7V7WYS5Kox4.",
+     "sk_live_ VP2Z8VBDZiBWBp7V7WYS5Kox4"},
+    {K::secret, "rotated the key sk_live NEaYYUwwySNUe34a93Fph8az.",
+     "sk_live NEaYYUwwySNUe34a93Fph8az"},
+    {K::secret, "|aws_secret_access_key = Nh/KUIdR706 lwh2AKtz+FzoXdrG",
+     "Nh/KUIdR706 lwh2AKtz+FzoXdrG"},
 };
 
 // Each line holds nothing of its kind.
@@ -215,14 +255,22 @@ const Ignored falsePositives[] = {
     {K::secret, "x264encoderSettingsDialog"},
     {K::secret, "base64EncodedStringForDisplay"},
     {K::secret, "kube-system   coredns-5d78c9869d-7xk2p   1/1   Running"},
+    {K::secret, "Your password: is required to continue"},
+    {K::secret, "compass: 12 km north"},
+    {K::secret, "MONKEY=Banana 42"},
+    {K::secret, "SESSION_TOKEN=please replace this"},
+    {K::email, "Write to team@example. Then call"},
 };
 
 TEST(SensitivePatterns, FindTheTruePositives) {
-    for (const Found& found : truePositives) {
+    std::vector<Found> all(std::begin(truePositives), std::end(truePositives));
+    all.insert(all.end(), std::begin(ocrReadings), std::end(ocrReadings));
+    for (const Found& found : all) {
         const auto spans = findSensitiveSpans(found.line, found.kind);
         ASSERT_EQ(spans.size(), 1u) << found.line.toStdString();
         EXPECT_EQ(spans[0].kind, found.kind) << found.line.toStdString();
-        EXPECT_EQ(spanText(found.line, spans[0]), found.span) << found.line.toStdString();
+        EXPECT_EQ(spanText(found.line, spans[0]).toStdString(), found.span.toStdString())
+            << found.line.toStdString();
     }
 }
 
@@ -332,6 +380,15 @@ TEST(SensitiveBoxes, SpanBoxesCoverTheDrawnTextInProportionalAndMonospacedFaces)
 TEST(SensitiveBoxes, RedactionAreasReachBelowTheLettersWithinThePicture) {
     EXPECT_EQ(redactionAreaFor(QRectF(100, 50, 200, 20), QSize(800, 600)), QRectF(98, 45, 204, 30));
     EXPECT_EQ(redactionAreaFor(QRectF(0, 590, 50, 8), QSize(800, 600)), QRectF(0, 588, 52, 12));
+    // Lines set tightly above and below keep their letters; lines beside it or overlapping it
+    // (its own) do not hold it back.
+    const std::vector<QRectF> lines{QRectF(120, 28, 100, 19), QRectF(90, 72, 50, 20),
+                                    QRectF(310, 40, 80, 20), QRectF(100, 48, 300, 24)};
+    EXPECT_EQ(redactionAreaFor(QRectF(100, 50, 200, 20), QSize(800, 600), lines),
+              QRectF(98, 47, 204, 25));
+    // A descender above reaching into the box: no growth past the box on that side.
+    EXPECT_EQ(redactionAreaFor(QRectF(100, 50, 200, 20), QSize(800, 600), {QRectF(0, 30, 200, 22)}),
+              QRectF(98, 50, 204, 25));
 }
 
 TEST(SensitiveBoxes, SpanBoxesAreClampedAndLongSpansTakeTheLine) {
@@ -349,6 +406,66 @@ TEST(SensitiveBoxes, SpanBoxesAreClampedAndLongSpansTakeTheLine) {
     const OCRLine flipped = line(contact.text, QRectF(430, 70, -330, -20));
     EXPECT_EQ(sensitiveSpanRect(flipped, 9, 20), sensitiveSpanRect(contact, 9, 20));
     EXPECT_EQ(sensitiveSpanRect(line("", QRectF(1, 2, 3, 4)), 0, 0), QRectF(1, 2, 3, 4));
+}
+
+// A line as the engine boxes it: 10-pixel glyphs from x = 100, words between spaces.
+OCRLine boxedLine(const QString& text) {
+    OCRLine boxed = line(text, QRectF(100, 50, 10 * text.size(), 20));
+    int start = 0;
+    for (const QString& word : text.split(u' ')) {
+        boxed.words.push_back(
+            {start, int(word.size()), QRectF(100 + 10 * start, 52, 10 * word.size(), 16)});
+        for (int i = start; i < start + word.size(); ++i) {
+            boxed.glyphs.push_back({i, 1, QRectF(101 + 10 * i, 52, 8, 16)});
+        }
+        start += int(word.size()) + 1;
+    }
+    return boxed;
+}
+
+TEST(SensitiveBoxes, EngineBoxesReachFromTheFirstGlyphToTheLast) {
+    // "KEY=wJalr…" is one word: the key's box starts half a character before its own first
+    // glyph, whatever the characters' widths, and ends at the word's edge.
+    OCRLine env = boxedLine("AWS_SECRET_ACCESS_KEY=wJalrXUtnFEMI/K7MDENG");
+    EXPECT_EQ(sensitiveSpanRect(env, 22, 21), QRectF(QPointF(316, 52), QPointF(530, 68)));
+    // Even where the last glyph's box falls short of it.
+    env.glyphs.back().rect.setRight(520);
+    EXPECT_EQ(sensitiveSpanRect(env, 22, 21).right(), 530);
+    // Brackets and stops glued to a span are covered with it, to the word's edges.
+    EXPECT_EQ(sensitiveSpanRect(boxedLine("mail (jane@x.io). ok"), 6, 9),
+              QRectF(QPointF(150, 52), QPointF(270, 68)));
+    // Words without glyphs count whole; a character of the span in no word falls back to the
+    // estimate, within the line.
+    OCRLine words = boxedLine("mail jane@example.com now");
+    words.glyphs.clear();
+    EXPECT_EQ(sensitiveSpanRect(words, 5, 16), QRectF(QPointF(150, 52), QPointF(310, 68)));
+    words.words.erase(words.words.begin() + 1);
+    const QRectF estimate = sensitiveSpanRect(words, 5, 16);
+    EXPECT_GE(estimate.left(), 100);
+    EXPECT_LE(estimate.right(), 350);
+}
+
+TEST(SensitiveBoxes, ValuesBesideCredentialLabelsInForms) {
+    VisionAnalysis form;
+    form.lines = {
+        line("Password:", QRectF(10, 10, 80, 16)),  line("tdSe11FqoMH", QRectF(120, 10, 100, 16)),
+        line("User name:", QRectF(10, 40, 80, 16)), line("admin", QRectF(120, 40, 50, 16)),
+        line("API key", QRectF(10, 70, 60, 16)),    line("Required", QRectF(120, 70, 70, 16))};
+    // A field the engine was unsure of counts too, after the lines.
+    form.doubtfulLines = {line("Secret key:", QRectF(10, 100, 80, 16)),
+                          line("Xq9-Rt2mKv", QRectF(120, 100, 90, 16))};
+    const auto matches = findSensitiveText(form);
+    ASSERT_EQ(matches.size(), 2u);
+    EXPECT_EQ(matches[0], (SensitiveMatch{K::secret, 1, 0, 11, form.lines[1].rect}));
+    EXPECT_EQ(matches[1].lineIndex, 7);
+    EXPECT_EQ(analysisLine(form, 7).text, "Xq9-Rt2mKv");
+    EXPECT_TRUE(findSensitiveText(form, K::email).empty());
+    for (const char* label : {"Password", "API key:", "Access token", "passphrase :", "Secret"}) {
+        EXPECT_TRUE(isCredentialLabel(QString::fromUtf8(label))) << label;
+    }
+    for (const char* other : {"Password reset link", "Keyboard", "Tokens used: 12", ""}) {
+        EXPECT_FALSE(isCredentialLabel(QString::fromUtf8(other))) << other;
+    }
 }
 
 TEST(SensitiveBoxes, MatchesNameTheirLineAndSpan) {
@@ -453,7 +570,7 @@ TEST(SensitiveRobustness, GarbageLinesStayInsideTheirBoxes) {
     for (const SensitiveMatch& match : matches) {
         ASSERT_GE(match.lineIndex, 0);
         ASSERT_LT(match.lineIndex, int(analysis.lines.size()));
-        const OCRLine& owner = analysis.lines[match.lineIndex];
+        const OCRLine& owner = analysisLine(analysis, match.lineIndex);
         EXPECT_GE(match.start, 0);
         EXPECT_GT(match.length, 0);
         EXPECT_LE(match.start + match.length, owner.text.size());

@@ -156,6 +156,30 @@ TEST(LineText, IsTrimmedAndReadsALoneBarBeforeALowerCaseWordAsI) {
     EXPECT_EQ(cleanLineText(QStringLiteral("  ")), QString());
 }
 
+TEST(LineText, EngineBoxesLandOnTheCharactersTheyHold) {
+    // As recorded: trimmed and "|" read as "I"; boxes at scale 2 come back halved.
+    OCRLine line{cleanLineText(QStringLiteral(" | am KEY=ab\n")), QRectF()};
+    const auto glyphs = [](std::initializer_list<const char*> texts, int x) {
+        std::vector<std::pair<QString, QRect>> boxes;
+        for (const char* text : texts) {
+            boxes.emplace_back(QString::fromUtf8(text), QRect(x, 0, 20, 20));
+            x += 20;
+        }
+        return boxes;
+    };
+    placeTextBoxes(line,
+                   {{QStringLiteral("|"), QRect(0, 0, 10, 20), glyphs({"|"}, 0)},
+                    {QStringLiteral("am"), QRect(20, 0, 40, 20), glyphs({"a", "m"}, 20)},
+                    // Glyphs that do not spell their word get no boxes.
+                    {QStringLiteral("KEY=ab"), QRect(80, 0, 120, 20), glyphs({"K", "E"}, 80)}},
+                   2, QSizeF(500, 500));
+    EXPECT_EQ(line.text, QStringLiteral("I am KEY=ab"));
+    EXPECT_EQ(line.words, (std::vector<OCRTextBox>{{2, 2, QRectF(10, 0, 20, 10)},
+                                                   {5, 6, QRectF(40, 0, 60, 10)}}));
+    EXPECT_EQ(line.glyphs, (std::vector<OCRTextBox>{{2, 1, QRectF(10, 0, 10, 10)},
+                                                    {3, 1, QRectF(20, 0, 10, 10)}}));
+}
+
 TEST(OcrLanguages, LocaleNamesMapToTesseractCodes) {
     EXPECT_EQ(tesseractLanguageCode(QStringLiteral("de_DE.UTF-8")), QStringLiteral("deu"));
     EXPECT_EQ(tesseractLanguageCode(QStringLiteral("pt-BR")), QStringLiteral("por"));

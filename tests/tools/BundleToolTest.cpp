@@ -5,10 +5,14 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFontMetricsF>
+#include <QPainter>
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 using namespace vellumix;
 
@@ -189,4 +193,61 @@ TEST_F(BundleToolTest, ContextTakesAnAnalysisFile) {
                                  "circle the total", "--analysis", analysis});
     EXPECT_TRUE(compact.out.contains(
         "Text recognized in image (image-pixel coords):\n  [4,5 60×13] \"Total due\"\n"));
+}
+
+TEST_F(BundleToolTest, AnalyzeFeedsContextAndRedactHidesWhatItFinds) {
+    // An e-mail address and an IP address as an interface shows them.
+    QImage page(640, 90, QImage::Format_RGB32);
+    page.fill(Qt::white);
+    QPainter painter(&page);
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPixelSize(20);
+    painter.setFont(font);
+    painter.setPen(Qt::black);
+    painter.drawText(20, 35, QStringLiteral("Contact: jane.doe@example.com"));
+    painter.drawText(20, 75, QStringLiteral("Server 192.168.40.12 is up"));
+    painter.end();
+    ASSERT_TRUE(page.save(imagePath()));
+    ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
+
+    const ToolRun analysed = run({"analyze", bundlePath()});
+    ASSERT_EQ(analysed.status, 0) << qPrintable(analysed.err);
+    const auto json = nlohmann::json::parse(analysed.out.toStdString());
+    ASSERT_EQ(json["lines"].size(), 2u) << analysed.out.toStdString();
+    EXPECT_EQ(json["lines"][0]["text"], "Contact: jane.doe@example.com");
+    EXPECT_EQ(json["lines"][0]["words"][1]["text"], "jane.doe@example.com");
+    QFile file(dir.filePath("analysis.json"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(analysed.out.toUtf8());
+    file.close();
+    EXPECT_TRUE(run({"context", bundlePath(), "--route", "question", "--analysis", file.fileName()})
+                    .out.contains("\"Server 192.168.40.12 is up\""));
+
+    for (const QStringList& bad : {QStringList{"--kinds", "email,faces"},
+                                   QStringList{"--style", "blur"}, QStringList{"--kinds"}}) {
+        EXPECT_EQ(run(QStringList{"redact", bundlePath()} + bad).status, 2)
+            << bad.join(' ').toStdString();
+    }
+    const ToolRun redacted = run({"redact", bundlePath(), "--kinds", "email"});
+    ASSERT_EQ(redacted.status, 0) << qPrintable(redacted.err);
+    const auto covered = nlohmann::json::parse(redacted.out.toStdString());
+    ASSERT_EQ(covered.size(), 1u) << redacted.out.toStdString();
+    EXPECT_EQ(covered[0]["kind"], "email");
+    EXPECT_FALSE(redacted.out.contains("jane")); // what was covered, never the text
+    // Black over the address, every other pixel as it was: the label and the other line stay.
+    const QImage image = bundle::readImage(bundlePath()).convertToFormat(QImage::Format_RGB32);
+    const auto& r = covered[0]["rect"];
+    const QRectF area(r[0].get<double>(), r[1].get<double>(), r[2].get<double>(),
+                      r[3].get<double>());
+    EXPECT_EQ(image.pixel(area.center().toPoint()), qRgb(0, 0, 0));
+    int changedOutside = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const bool inside = area.adjusted(-1, -1, 1, 1).contains(QPointF(x + 0.5, y + 0.5));
+            changedOutside += !inside && image.pixel(x, y) != page.pixel(x, y);
+        }
+    }
+    EXPECT_EQ(changedOutside, 0);
+    EXPECT_LT(area.left(), 20 + QFontMetricsF(font).horizontalAdvance("Contact: j"));
+    EXPECT_GT(area.left(), 20 + QFontMetricsF(font).horizontalAdvance("Contact:"));
 }

@@ -1,5 +1,6 @@
 #include "BundleTool.h"
 
+#include "BundleTool+Detail.h"
 #include "ai/AICanvasCommander.h"
 #include "ai/AIContext.h"
 #include "ai/AIRequestFlow.h"
@@ -27,9 +28,6 @@ namespace vellumix {
 
 namespace {
 
-constexpr int failure = 1;
-constexpr int usageError = 2;
-
 const char* const usageText =
     "usage: vellumix-bundle create IMAGE BUNDLE\n"
     "       vellumix-bundle info BUNDLE\n"
@@ -37,7 +35,14 @@ const char* const usageText =
     "       vellumix-bundle apply BUNDLE DIRECTIVES.json\n"
     "       vellumix-bundle context BUNDLE --route question|annotationEdit|imageEdit "
     "[--query TEXT] [--analysis ANALYSIS.json]\n"
-    "       vellumix-bundle ask BUNDLE QUERY [--provider gemini-flash|gemini-pro|local]";
+    "       vellumix-bundle ask BUNDLE QUERY [--provider gemini-flash|gemini-pro|local]\n"
+    "       vellumix-bundle analyze BUNDLE\n"
+    "       vellumix-bundle redact BUNDLE [--kinds email,url,ip,phone,card,jwt,secret] "
+    "[--style fill|pixelate]";
+
+} // namespace
+
+namespace bundletool {
 
 int fail(QTextStream& err, const QString& message) {
     err << "vellumix-bundle: " << message << Qt::endl;
@@ -48,6 +53,12 @@ int usage(QTextStream& err) {
     err << usageText << Qt::endl;
     return usageError;
 }
+
+} // namespace bundletool
+
+namespace {
+
+using namespace bundletool;
 
 int create(const QString& imagePath, const QString& bundlePath, QTextStream& err) {
     if (QFileInfo::exists(bundlePath)) {
@@ -120,8 +131,10 @@ std::optional<nlohmann::json> readJsonFile(const QString& path, QTextStream& err
     }
 }
 
+} // namespace
+
 // The canvas of a bundle: its image and annotations, the default toolbar style, no selection.
-bool loadCanvas(const QString& bundlePath, CanvasDocument& canvas, QTextStream& err) {
+bool bundletool::loadCanvas(const QString& bundlePath, CanvasDocument& canvas, QTextStream& err) {
     const QImage image = bundle::readImage(bundlePath);
     if (!QFileInfo(bundlePath).isDir() || image.isNull()) {
         fail(err, QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
@@ -131,6 +144,8 @@ bool loadCanvas(const QString& bundlePath, CanvasDocument& canvas, QTextStream& 
     canvas.setAnnotationsWithoutUndo(bundle::loadAnnotations(bundlePath));
     return true;
 }
+
+namespace {
 
 int applyDirectives(const QString& bundlePath, const QString& directivesPath, QTextStream& out,
                     QTextStream& err) {
@@ -423,6 +438,12 @@ int runBundleTool(const QStringList& arguments, QTextStream& out, QTextStream& e
     }
     if (command == u"context" && args.size() >= 3) {
         return printContext(args, out, err);
+    }
+    if (command == u"analyze" && args.size() == 1) {
+        return bundletool::analyze(args[0], out, err);
+    }
+    if (command == u"redact" && !args.isEmpty()) {
+        return bundletool::redact(args, out, err);
     }
     return usage(err);
 }

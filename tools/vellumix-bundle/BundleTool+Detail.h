@@ -1,0 +1,33 @@
+#pragma once
+
+// Shared by the files of vellumix-bundle only.
+
+#include <QStringList>
+#include <QTextStream>
+
+namespace vellumix {
+
+class CanvasDocument;
+
+namespace bundletool {
+
+inline constexpr int failure = 1;
+inline constexpr int usageError = 2;
+
+/// "vellumix-bundle: MESSAGE" on `err`; returns `failure`.
+int fail(QTextStream& err, const QString& message);
+/// The usage text on `err`; returns `usageError`.
+int usage(QTextStream& err);
+/// The canvas of a bundle (its image and annotations); false, with the failure on `err`, when
+/// it is no bundle with a readable image.
+bool loadCanvas(const QString& bundlePath, CanvasDocument& canvas, QTextStream& err);
+
+/// `analyze BUNDLE`: the image analysis as JSON on `out`.
+int analyze(const QString& bundlePath, QTextStream& out, QTextStream& err);
+/// `redact BUNDLE [--kinds …] [--style fill|pixelate]`: finds sensitive text, redacts it into
+/// the bundle's image and prints what it covered.
+int redact(const QStringList& args, QTextStream& out, QTextStream& err);
+
+} // namespace bundletool
+
+} // namespace vellumix
