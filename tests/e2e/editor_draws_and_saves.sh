@@ -58,7 +58,7 @@ drag_and_expect_capture() {
   xdotool mouseup 1
   sleep 1
   local newest probed
-  newest=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
+  newest=$(newest_bundle)
   probed=$("$PROBE" "$newest/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
   case "$probed" in
     "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS ($1): $probed" ;;
@@ -69,7 +69,7 @@ drag_and_expect_capture() {
 # The newest history bundle must hold exactly the drawn rectangle.
 expect_saved_rectangle() {
   local newest
-  newest=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix 2>/dev/null | head -1)
+  newest=$(newest_bundle)
   [ -n "$newest" ] || fail "no history bundle was made ($1)"
   local json
   json=$(cat "$newest/annotations.json" 2>/dev/null) || fail "no annotations.json ($1)"
@@ -149,7 +149,7 @@ drag_and_expect_capture "captured from the tray menu"
 # first page opens at 144 dpi on white (595 × 842 pt: 1190 × 1684, its blue box where it
 # belongs), the bundle opens as it is, and no second Vellumix keeps running.
 echo 'JVBERi0xLjQKMSAwIG9iago8PCAvVHlwZSAvQ2F0YWxvZyAvUGFnZXMgMiAwIFIgPj4KZW5kb2JqCjIgMCBvYmoKPDwgL1R5cGUgL1BhZ2VzIC9LaWRzIFszIDAgUl0gL0NvdW50IDEgPj4KZW5kb2JqCjMgMCBvYmoKPDwgL1R5cGUgL1BhZ2UgL1BhcmVudCAyIDAgUiAvTWVkaWFCb3ggWzAgMCA1OTUgODQyXSAvQ29udGVudHMgNCAwIFIgPj4KZW5kb2JqCjQgMCBvYmoKPDwgL0xlbmd0aCAyOSA+PgpzdHJlYW0KMCAwIDEgcmcgMTAwIDYwMCAyMDAgMTAwIHJlIGYKZW5kc3RyZWFtCmVuZG9iagp4cmVmCjAgNQowMDAwMDAwMDAwIDY1NTM1IGYgCjAwMDAwMDAwMDkgMDAwMDAgbiAKMDAwMDAwMDA1OCAwMDAwMCBuIAowMDAwMDAwMTE1IDAwMDAwIG4gCjAwMDAwMDAyMDIgMDAwMDAgbiAKdHJhaWxlcgo8PCAvU2l6ZSA1IC9Sb290IDEgMCBSID4+CnN0YXJ0eHJlZgoyODEKJSVFT0YK' | base64 -d >"$WORK/page.pdf"
-FIRST_BUNDLE=$(ls -1dtr "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
+FIRST_BUNDLE=$(bundles_by_creation | head -1)
 WINDOWS_BEFORE=$(xdotool search --onlyvisible --pid "$APP_PID" --name '^Vellumix$' | wc -l)
 "$APP" "$WORK/page.pdf" "$FIRST_BUNDLE" >>"$WORK/app.log" 2>&1 &
 SECOND_PID=$!
@@ -162,7 +162,7 @@ for _ in $(seq 1 100); do
 done
 [ "$WINDOWS_AFTER" -eq $((WINDOWS_BEFORE + 2)) ] ||
   fail "expected two more editor windows, found $WINDOWS_BEFORE then $WINDOWS_AFTER"
-NEWEST=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1)
+NEWEST=$(newest_bundle)
 PROBED=$("$PROBE" "$NEWEST/image.png" 50 50 400 380 | tr '\n' ' ')
 case "$PROBED" in
   "1190x1684 #ffffffff #0000ffff ") echo "PASS (handed over): $PROBED" ;;

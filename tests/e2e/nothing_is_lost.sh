@@ -49,7 +49,6 @@ open_and_draw() {
   xdotool mousemove $(at 100 85) sleep 0.1 mousemove $(at 150 120) sleep 0.1 mouseup 1
 }
 
-newest_bundle() { ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -1; }
 RECTANGLE='^\[{"type":"shape","shape":"rect","rect":\[70,70,100,70\][^{]*}\]$'
 
 # Killed two seconds after drawing: the rectangle is already in the bundle.
@@ -84,7 +83,7 @@ APP_PID=$!
 [ "$(wait_for_windows 4)" -eq 4 ] || fail "four pictures did not open four windows"
 AFTER=$(ls -1d "$XDG_DATA_HOME"/Vellumix/*.vellumix | wc -l)
 [ $((AFTER - BEFORE)) -eq 4 ] || fail "four pictures made $((AFTER - BEFORE)) bundles"
-SIZES=$(for b in $(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix | head -4); do
+SIZES=$(for b in $(bundles_by_creation | tail -4); do
   "$PROBE" "$b/image.png"; done | sort | tr '\n' ' ')
 [ "$SIZES" = "101x80 102x80 103x80 400x300 " ] || fail "the four bundles hold $SIZES"
 echo "PASS (four at once): $SIZES"

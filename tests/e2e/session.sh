@@ -60,3 +60,13 @@ open_status_menu() {
   xdotool mousemove $((I_X + I_WIDTH / 2)) $((I_Y + I_HEIGHT / 2)) click 1
   sleep 0.5
 }
+
+# History bundles by creation (birth time, then name), oldest first. Modification times say
+# nothing here: every open window keeps saving into its bundle.
+bundles_by_creation() {
+  local b
+  for b in "$XDG_DATA_HOME"/Vellumix/*.vellumix; do
+    [ -e "$b" ] && printf '%s %s\n' "$(stat -c %W "$b")" "$b"
+  done | sort -n -k1,1 -k2,2V | cut -d' ' -f2-
+}
+newest_bundle() { bundles_by_creation | tail -1; }
