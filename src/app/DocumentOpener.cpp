@@ -143,9 +143,11 @@ void DocumentOpener::openNewImage(QImage image, std::optional<QString> sourceFor
     image.setDevicePixelRatio(1);
     EditorDocument document;
     document.sourceFormat = std::move(sourceFormat);
-    auto created = history().createBundle(image, {});
+    // The window shows first; its bundle is written off the main thread right after.
+    auto created = history().reserveBundle();
     if (created) {
         document.bundlePath = *created;
+        document.bundleIsNew = true;
     } else {
         std::printf("Save failed: %s\n", qPrintable(created.error().message));
         std::fflush(stdout);

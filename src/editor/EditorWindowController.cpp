@@ -57,7 +57,7 @@ EditorWindowController::EditorWindowController(EditorDocument document, EditorSe
                                             document.image, visibleFrame);
     m_visionAnalysis = std::make_unique<AnalysisCache>([this] { return currentImage(); });
     canvas.setAnnotationsWithoutUndo(std::move(document.initialAnnotations));
-    startAutosave(document.image);
+    startAutosave(document);
 
     buildInterface();
     buildAssistant();
@@ -108,7 +108,7 @@ void EditorWindowController::showEvent(QShowEvent* event) {
     m_canvas->setFocus(Qt::OtherFocusReason);
 }
 
-void EditorWindowController::startAutosave(const QImage& storedImage) {
+void EditorWindowController::startAutosave(const EditorDocument& document) {
     HistoryStore* history = m_services.history;
     if (!history || !m_bundlePath) {
         return;
@@ -123,7 +123,11 @@ void EditorWindowController::startAutosave(const QImage& storedImage) {
         return {currentImage(), document.annotations()};
     };
     m_autosave = std::make_unique<BundleAutosave>(*m_bundlePath, history->services(),
-                                                  std::move(bundleState), storedImage);
+                                                  std::move(bundleState),
+                                                  document.bundleIsNew ? QImage() : document.image);
+    if (document.bundleIsNew) {
+        m_autosave->writeWhole();
+    }
     // Every undo step, undo and redo included, changes the annotations or the image.
     connect(&m_canvas->document().undoStack(), &QUndoStack::indexChanged, this, [this] {
         if (m_autosave) { // gone once the window has closed

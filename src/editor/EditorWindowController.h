@@ -61,6 +61,9 @@ struct EditorDocument {
     /// The format the image came from ("png", "jpeg", …), for saving.
     std::optional<QString> sourceFormat;
     AnnotationList initialAnnotations;
+    /// The bundle's folder is only reserved: the window writes the bundle off the main thread
+    /// while it opens.
+    bool bundleIsNew = false;
 };
 
 /// The services an editor window works with; shared by all windows.
@@ -208,7 +211,7 @@ private:
     void promptBeep();
 
     // Closing and the bundle
-    void startAutosave(const QImage& storedImage);
+    void startAutosave(const EditorDocument& document);
     void saveOnClose();
 
     // +Save

@@ -78,6 +78,15 @@ BundleAutosave::~BundleAutosave() {
     stop();
 }
 
+void BundleAutosave::writeWhole() {
+    enqueue([state = m_source()](Worker& worker) {
+        if (worker.settle(bundle::write(state.image, state.annotations, worker.path,
+                                        worker.services))) {
+            worker.storedImageKey = state.image.cacheKey();
+        }
+    });
+}
+
 void BundleAutosave::setDelays(int annotationsMs, int previewsMs) {
     m_saveTimer.setInterval(annotationsMs);
     m_previewTimer.setInterval(previewsMs);

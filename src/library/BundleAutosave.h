@@ -32,13 +32,17 @@ public:
     static constexpr int annotationsDelayMs = 400;
     static constexpr int previewsDelayMs = 4000;
 
-    /// `storedImage` is what the bundle's "image.png" holds already.
+    /// `storedImage` is what the bundle's "image.png" holds already (none for a new bundle).
     BundleAutosave(QString bundlePath, BundleServices services, StateSource source,
                    const QImage& storedImage);
     /// Waits for a write in flight; pending changes are not written (flush first for that).
     ~BundleAutosave();
     BundleAutosave(const BundleAutosave&) = delete;
     BundleAutosave& operator=(const BundleAutosave&) = delete;
+
+    /// The bundle's folder is new and empty: writes it whole (image, annotations, previews,
+    /// icon) on the worker; every later save and the closing save come after it.
+    void writeWhole();
 
     /// How long changes wait before they are written (tests shorten it).
     void setDelays(int annotationsMs, int previewsMs);

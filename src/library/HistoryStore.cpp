@@ -103,6 +103,26 @@ QStringList HistoryStore::storeItems() const {
 }
 
 Result<QString> HistoryStore::createBundle(const QImage& image, const AnnotationList& annotations) {
+    const Result<QString> path = claimName();
+    if (!path) {
+        return path;
+    }
+    if (Status written = bundle::write(image, annotations, *path, m_services); !written) {
+        return written.error();
+    }
+    prune();
+    return path;
+}
+
+Result<QString> HistoryStore::reserveBundle() {
+    const Result<QString> path = claimName();
+    if (path) {
+        prune();
+    }
+    return path;
+}
+
+Result<QString> HistoryStore::claimName() {
     const QDateTime now = m_clock();
     const QDir store(m_storePath);
     // Numbers go on after the highest of the same second still there, so names keep telling
@@ -126,10 +146,6 @@ Result<QString> HistoryStore::createBundle(const QImage& image, const Annotation
                 QStringLiteral("%1: the folder could not be created").arg(store.filePath(name))};
         }
     }
-    if (Status written = bundle::write(image, annotations, path, m_services); !written) {
-        return written.error();
-    }
-    prune();
     return path;
 }
 

@@ -43,6 +43,9 @@ public:
     /// Writes a new bundle named after the current local time (with "-2", "-3", … when that
     /// second already has one), then prunes the store.
     Result<QString> createBundle(const QImage& image, const AnnotationList& annotations);
+    /// Claims a new bundle's name and folder and prunes, writing nothing else: the editor
+    /// opens at once and its autosave writes the bundle whole off the main thread.
+    Result<QString> reserveBundle();
     /// Store and external entries with a readable thumbnail, newest first, at most `limit`.
     std::vector<Entry> allEntries(int limit) const;
     /// Puts a bundle's absolute path at the front of the remembered external bundles.
@@ -77,6 +80,8 @@ public:
 
 private:
     QStringList storeItems() const;
+    /// Creates the folder of a new store bundle under a name of its own.
+    Result<QString> claimName();
 
     QString m_storePath;
     Settings& m_settings;

@@ -112,3 +112,17 @@ TEST_F(BundleAutosaveTest, UnchangedOverlaysAreNotEncodedAgainAndFailuresReportO
     EXPECT_TRUE(reports.front().startsWith("Save failed: " + json));
     EXPECT_FALSE(QFileInfo::exists(dir.filePath("elsewhere.json")));
 }
+
+// A new bundle is written whole by the window's worker; closing at once still finds it complete.
+TEST_F(BundleAutosaveTest, ANewBundleIsWrittenWholeBeforeAnyOtherSave) {
+    const QString fresh = dir.filePath("new.vellumix");
+    ASSERT_TRUE(QDir().mkdir(fresh));
+    state.annotations = {box(30)};
+    BundleAutosave writer(fresh, services, [this] { return state; }, QImage());
+    writer.writeWhole();
+    ASSERT_TRUE(writer.flush());
+    EXPECT_TRUE(bundle::isBundle(fresh));
+    EXPECT_EQ(bundle::loadAnnotations(fresh).size(), 1u);
+    EXPECT_TRUE(QFileInfo::exists(fresh + "/thumbnail.png"));
+    EXPECT_EQ(encodes, 3); // image and thumbnail once, the closing thumbnail again: no second image
+}
