@@ -5,6 +5,7 @@
 #include "imaging/OpeningRules.h"
 #include "library/DefaultsStore.h"
 #include "library/Settings.h"
+#include "support/Eventually.h"
 #include "support/HeicFixture.h"
 
 #include <QApplication>
@@ -326,7 +327,9 @@ TEST(DocumentOpener, PdfPagesOpenAt144DpiOnWhiteWithTheirOwnBundle) {
         EXPECT_FALSE(image.hasAlphaChannel());
         EXPECT_EQ(f.opener->sourceFormat(editor), QStringLiteral("pdf"));
         ASSERT_TRUE(editor->bundlePath());
-        EXPECT_EQ(bundle::readImage(*editor->bundlePath()).size(), image.size());
+        // Written on the window's worker while it opens.
+        EXPECT_TRUE(test::eventually(
+            [&] { return bundle::readImage(*editor->bundlePath()).size() == image.size(); }));
     }
 
     ASSERT_TRUE(f.opener->openPath(pdf)); // page 1 by default
@@ -406,7 +409,8 @@ TEST(DocumentOpener, HeicOpensFromAPathAndACopiedFile) {
     EXPECT_TRUE(looksLikeHeicPicture(opened->model().image()));
     EXPECT_EQ(f.opener->sourceFormat(opened), QStringLiteral("heic"));
     ASSERT_TRUE(opened->bundlePath());
-    EXPECT_TRUE(looksLikeHeicPicture(bundle::readImage(*opened->bundlePath())));
+    EXPECT_TRUE(test::eventually(
+        [&] { return looksLikeHeicPicture(bundle::readImage(*opened->bundlePath())); }));
 
     auto* copied = new QMimeData;
     copied->setUrls({QUrl::fromLocalFile(f.file("photo.HEIC"))});

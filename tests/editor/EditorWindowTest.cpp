@@ -300,7 +300,9 @@ TEST(DocumentOpener, BadFilesOpenNothing) {
     ASSERT_EQ(opener.editors().size(), before + 1);
     EditorWindowController* editor = opener.editors().back();
     ASSERT_TRUE(editor->bundlePath());
-    EXPECT_EQ(bundle::readImage(*editor->bundlePath()).size(), QSize(320, 240));
+    // Written on the window's worker while it opens.
+    EXPECT_TRUE(test::eventually(
+        [&] { return bundle::readImage(*editor->bundlePath()).size() == QSize(320, 240); }));
     const QString bundlePath = *editor->bundlePath();
     editor->canvasView()->document().setAnnotationsWithoutUndo({rectAt({60, 60, 50, 40})});
     editor->close();
