@@ -67,8 +67,11 @@ int main(int argc, char* argv[]) {
     capture.onCaptured = [&opener](QImage image) {
         opener.openNewImage(std::move(image), std::nullopt);
     };
+    // A capture started from the home window hides it; cancelled, it comes back.
+    capture.onCancelled = [&delegate] { delegate.captureCancelled(); };
     delegate.onCapture = [&capture] { capture.start(); };
     instance.onCapture = [&capture] { capture.start(); };
+    instance.onActivate = [&delegate] { delegate.showHomeWindow(); };
     delegate.onPaste = [&opener] { opener.openFromClipboard(); };
     delegate.onOpen = [&opener] {
         if (const auto request = vellumix::runOpenPanel()) {
@@ -144,7 +147,7 @@ int main(int argc, char* argv[]) {
 
     QTimer::singleShot(0, &delegate,
                        [&delegate, &capture, applyShortcut, openAll, files, captureNow] {
-                           delegate.applicationDidFinishLaunching();
+                           delegate.applicationDidFinishLaunching(!captureNow);
                            applyShortcut();
                            openAll(files);
                            if (captureNow) {
