@@ -25,7 +25,10 @@ PACKAGES=(
   nlohmann-json3-dev libsimdjson-dev
   # tests, benchmarks and fuzzing
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  xvfb xauth x11-apps xdotool xclip trayer xterm desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
+  xvfb xauth x11-apps xdotool xclip trayer xterm
+  # real desktop parts for the end-to-end tests: a StatusNotifierItem panel and a file manager
+  xfce4-panel thunar python3-gi
+  desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
 )
 
 missing=()
