@@ -26,8 +26,9 @@ PACKAGES=(
   # tests, benchmarks and fuzzing
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   xvfb xauth x11-apps xdotool xclip trayer xterm
-  # real desktop parts for the end-to-end tests: a StatusNotifierItem panel and a file manager
-  xfce4-panel thunar python3-gi
+  # real desktop parts for the end-to-end tests: a StatusNotifierItem panel, a file manager,
+  # the desktop portal with KDE's backend and kglobalaccel (GlobalShortcuts)
+  xfce4-panel thunar python3-gi fuse3 xdg-desktop-portal xdg-desktop-portal-kde libkf5globalaccel-bin
   desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
 )
 

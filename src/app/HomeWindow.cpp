@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -32,6 +33,9 @@ QPixmap tileIcon(const QImage& thumbnail, QSize size, qreal ratio) {
     }
     return canvas;
 }
+
+// The thumbnail, the arrow of the tile's menu, and room on both sides.
+constexpr int tileWidth = HomeWindow::thumbnailSize.width() + 44;
 
 } // namespace
 
@@ -61,6 +65,10 @@ HomeWindow::HomeWindow(EntrySource entries, QWidget* parent)
         m_buttons.emplace_back(what, button);
     }
     button(MenuCommand::capture)->setDefault(true);
+    for (const QKeySequence& keys :
+         {QKeySequence(QKeySequence::Close), QKeySequence(Qt::Key_Escape)}) {
+        connect(new QShortcut(keys, this), &QShortcut::activated, this, &QWidget::close);
+    }
     layout->addLayout(actions);
 
     auto* heading = new QLabel(QStringLiteral("History"));
@@ -72,6 +80,7 @@ HomeWindow::HomeWindow(EntrySource entries, QWidget* parent)
     auto* scroll = m_scroll = new QScrollArea;
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setAccessibleName(QStringLiteral("History"));
     auto* gridHolder = new QWidget;
     m_grid = new QGridLayout(gridHolder);
@@ -84,7 +93,8 @@ HomeWindow::HomeWindow(EntrySource entries, QWidget* parent)
     layout->addWidget(m_empty, 1);
 
     // Four tiles across, two rows in view.
-    resize(columns * (thumbnailSize.width() + 24) + 40, 2 * (thumbnailSize.height() + 56) + 90);
+    resize(columns * (tileWidth + m_grid->horizontalSpacing()) + 60,
+           2 * (thumbnailSize.height() + 40) + 110);
     refresh();
 }
 
@@ -143,7 +153,7 @@ QToolButton* HomeWindow::makeTile(const HistoryStore::Entry& entry) {
     tile->setIcon(tileIcon(entry.thumbnail, thumbnailSize, devicePixelRatioF()));
     tile->setText(title);
     tile->setAutoRaise(true);
-    tile->setFixedWidth(thumbnailSize.width() + 24);
+    tile->setFixedWidth(tileWidth);
     tile->setAccessibleName(title);
     tile->setAccessibleDescription(entry.isExternal ? QStringLiteral("External bundle")
                                                     : QStringLiteral("Captured"));

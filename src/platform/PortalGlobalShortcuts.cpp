@@ -125,8 +125,9 @@ void PortalGlobalShortcuts::createSession() {
     PortalCall call = portalCall(QStringLiteral("CreateSession"));
     // The shortcuts go into CreateSession as well: backends of the portal's draft API (KDE's
     // 5.27) bind only what CreateSession names and ignore a later BindShortcuts.
-    call.options = {{QStringLiteral("session_handle_token"), sessionToken},
-                    {QStringLiteral("shortcuts"), QVariant::fromValue(wantedShortcuts(m_preferredTrigger))}};
+    call.options = {
+        {QStringLiteral("session_handle_token"), sessionToken},
+        {QStringLiteral("shortcuts"), QVariant::fromValue(wantedShortcuts(m_preferredTrigger))}};
     call.onResponse = [this](uint response, const QVariantMap& results) {
         m_session = sessionHandleIn(results);
         if (response != 0 || m_session.isEmpty()) {

@@ -3,6 +3,7 @@
 #include "platform/PortalGlobalShortcuts.h"
 
 #include "app/GlobalShortcut.h"
+#include "platform/DisplaySession.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -252,3 +253,33 @@ TEST(PortalTrigger, NamesModifiersAndKeysTheWayThePortalReadsThem) {
 } // namespace
 
 #include "PortalGlobalShortcutsTest.moc"
+
+TEST(ShortcutRoute, TheSessionDecidesUnlessTheUserNamesARoute) {
+    const auto session = [](DisplaySession::Kind kind, const char* platform, bool xwayland) {
+        DisplaySession s;
+        s.kind = kind;
+        s.platformName = QString::fromLatin1(platform);
+        s.viaXWayland = xwayland;
+        return s;
+    };
+    using K = DisplaySession::Kind;
+    const struct {
+        DisplaySession session;
+        const char* override;
+        ShortcutRoute expected;
+    } cases[] = {
+        {session(K::x11, "xcb", false), "", ShortcutRoute::x11},
+        {session(K::wayland, "wayland", false), "", ShortcutRoute::portal},
+        {session(K::wayland, "xcb", true), "", ShortcutRoute::portal},
+        {session(K::headless, "offscreen", false), "portal", ShortcutRoute::none},
+        {session(K::x11, "xcb", false), "portal", ShortcutRoute::portal},
+        {session(K::wayland, "xcb", true), "x11", ShortcutRoute::x11},
+        // No X server of its own under native Wayland; unknown words change nothing.
+        {session(K::wayland, "wayland", false), "x11", ShortcutRoute::portal},
+        {session(K::x11, "xcb", false), "kde", ShortcutRoute::x11},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(shortcutRoute(c.session, QString::fromLatin1(c.override)), c.expected)
+            << qPrintable(describe(c.session)) << " with \"" << c.override << '"';
+    }
+}
