@@ -29,6 +29,9 @@ PACKAGES=(
   # real desktop parts for the end-to-end tests: a StatusNotifierItem panel, a file manager,
   # the desktop portal with KDE's backend and kglobalaccel (GlobalShortcuts)
   xfce4-panel thunar python3-gi fuse3 xdg-desktop-portal xdg-desktop-portal-kde libkf5globalaccel-bin
+  # Wayland: a headless compositor, the wlroots and GTK portal backends, PipeWire, grim, and the
+  # client library of the test's virtual pointer
+  sway swaybg xdg-desktop-portal-wlr xdg-desktop-portal-gtk pipewire-bin grim libwayland-dev
   desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
 )
 

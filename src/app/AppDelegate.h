@@ -35,7 +35,7 @@ public:
 
     /// Installs the tray icon and, where no tray is running, shows the home window; call once
     /// the event loop is about to start. `showHomeWithoutTray` is false when the launch asked
-    /// for something else first (a capture).
+    /// for something else (files to open, a capture).
     void applicationDidFinishLaunching(bool showHomeWithoutTray = true);
 
     /// The menu the app draws (a click on the icon; the context menu of an XEmbed tray).

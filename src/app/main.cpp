@@ -147,7 +147,7 @@ int main(int argc, char* argv[]) {
 
     QTimer::singleShot(0, &delegate,
                        [&delegate, &capture, applyShortcut, openAll, files, captureNow] {
-                           delegate.applicationDidFinishLaunching(!captureNow);
+                           delegate.applicationDidFinishLaunching(files.isEmpty() && !captureNow);
                            applyShortcut();
                            openAll(files);
                            if (captureNow) {
