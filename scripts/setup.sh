@@ -32,6 +32,8 @@ PACKAGES=(
   # Wayland: a headless compositor, the wlroots and GTK portal backends, PipeWire, grim, and the
   # client library of the test's virtual pointer
   sway swaybg xdg-desktop-portal-wlr xdg-desktop-portal-gtk pipewire-bin grim libwayland-dev
+  # screen readers' view: the accessibility bus and its Python bindings
+  at-spi2-core gir1.2-atspi-2.0
   desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
 )
 

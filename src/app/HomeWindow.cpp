@@ -59,7 +59,6 @@ HomeWindow::HomeWindow(EntrySource entries, QWidget* parent)
             actions->addStretch();
         }
         auto* button = new QPushButton(text);
-        button->setAccessibleName(QString(text).remove(QChar(0x2026)));
         connect(button, &QPushButton::clicked, this, [this, what = what] { command(what); });
         actions->addWidget(button);
         m_buttons.emplace_back(what, button);

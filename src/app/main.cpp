@@ -1,6 +1,7 @@
 #include "ai/AIService.h"
 #include "ai/GeminiService.h"
 #include "ai/Routing.h"
+#include "app/AccessibleRoles.h"
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
 #include "app/GlobalShortcut.h"
@@ -30,6 +31,7 @@ int main(int argc, char* argv[]) {
     QApplication::setOrganizationName(QStringLiteral("Vellumix"));
     QApplication::setDesktopFileName(QStringLiteral("vellumix"));
     QApplication::setWindowIcon(vellumix::applicationIcon());
+    vellumix::installAccessibleRoles();
     // A tray application: closing the last editor window must not quit it.
     QApplication::setQuitOnLastWindowClosed(false);
 
