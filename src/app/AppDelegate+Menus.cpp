@@ -91,8 +91,12 @@ void AppDelegate::buildMenu(QMenu* menu, const std::vector<MenuItem>& items, Men
             if (!item.thumbnail.isNull()) {
                 submenu->setIcon(QIcon(QPixmap::fromImage(item.thumbnail)));
             }
-            if (item.isHistory) {
-                (flavor == MenuFlavor::drawnByApp ? m_historyMenu : m_exportedHistory) = submenu;
+            if (item.isHistory && flavor == MenuFlavor::drawnByApp) {
+                m_historyMenu = submenu;
+            } else if (item.isHistory) {
+                // A desktop may ask for the submenu alone, without opening the whole menu.
+                m_exportedHistory = submenu;
+                connect(submenu, &QMenu::aboutToShow, this, &AppDelegate::refreshExportedHistory);
             }
             buildMenu(submenu, item.children, flavor);
             break;

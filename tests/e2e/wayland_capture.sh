@@ -65,8 +65,8 @@ LOGICAL_W=$((1280 / SCALE)) LOGICAL_H=$((800 / SCALE))
 mkdir -p "$WORK/portals"
 cp /usr/share/xdg-desktop-portal/portals/wlr.portal /usr/share/xdg-desktop-portal/portals/gtk.portal \
   "$WORK/portals/"
-export XDG_CURRENT_DESKTOP=sway XDG_DESKTOP_PORTAL_DIR=$WORK/portals
-dbus-update-activation-environment WAYLAND_DISPLAY XDG_CURRENT_DESKTOP XDG_DESKTOP_PORTAL_DIR \
+export XDG_CURRENT_DESKTOP=sway XDG_DESKTOP_PORTAL_DIR=$WORK/portals NO_AT_BRIDGE=1
+dbus-update-activation-environment WAYLAND_DISPLAY XDG_CURRENT_DESKTOP XDG_DESKTOP_PORTAL_DIR NO_AT_BRIDGE \
   XDG_RUNTIME_DIR HOME XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME
 # A Secret Service, as in a desktop session: without one, the first service asking for it
 # starts gnome-keyring through D-Bus, which then waits for a login that never comes.
@@ -77,9 +77,15 @@ KEYRING_PID=$!
 # for permissions, so it starts once the portals would see this environment.
 pipewire >"$WORK/pipewire.log" 2>&1 &
 PIPEWIRE_PID=$!
-for _ in $(seq 1 100); do [ -S "$XDG_RUNTIME_DIR/pipewire-0" ] && break; sleep 0.1; done
-# The portals start once, as at a desktop's login; the frontend waits for every backend while
-# it does, so the first calls would only measure that.
+# Serving, not only listening: the wlroots backend blocks on a PipeWire that is still starting.
+for _ in $(seq 1 100); do timeout 2 pw-cli info 0 >/dev/null 2>&1 && break; sleep 0.1; done
+# The portals start once, as at a desktop's login: the backends first. A frontend that starts
+# them itself sometimes waits out a 25 s D-Bus timeout on one of them.
+for backend in wlr gtk; do
+  gdbus call --session -d org.freedesktop.DBus -o /org/freedesktop/DBus \
+    -m org.freedesktop.DBus.StartServiceByName "org.freedesktop.impl.portal.desktop.$backend" 0 \
+    >/dev/null || fail "the $backend portal backend did not start"
+done
 gdbus call --session --timeout 30 -d org.freedesktop.portal.Desktop \
   -o /org/freedesktop/portal/desktop -m org.freedesktop.DBus.Properties.Get \
   org.freedesktop.portal.Screenshot version >/dev/null || fail "no Screenshot portal"
