@@ -8,8 +8,20 @@ stop() {
     wait "$1" 2>/dev/null || true
   fi
 }
+# What the script's own bus started (portals, the file manager, settings daemons) is found by
+# that bus's address in its environment and stopped by PID: some outlive the bus and would hold
+# the test's output open.
+stop_bus_services() {
+  [ -n "${VELLUMIX_E2E_OWN_BUS:-}" ] && [ -n "${DBUS_SESSION_BUS_ADDRESS:-}" ] || return 0
+  local pid
+  for pid in $(grep -lsz -F -x "DBUS_STARTER_ADDRESS=$DBUS_SESSION_BUS_ADDRESS" \
+    /proc/[0-9]*/environ | cut -d/ -f3); do
+    kill "$pid" 2>/dev/null || true
+  done
+}
 cleanup() {
   local status=$?
+  stop_bus_services
   stop "$APP_PID"
   stop "$SECOND_PID"
   stop "$TRAY_PID"

@@ -18,9 +18,12 @@ HERE=$(dirname "$0")
 source "$HERE/session.sh"
 export TZ=UTC
 start_xvfb 1280x800
-# Services the bus starts (the file manager) open their windows on this display.
+# Services the bus starts (the file manager) open their windows on this display; the desktop
+# portal the file manager asks for gets no backends (it would try any installed one).
+mkdir -p "$WORK/no-portals"
+export XDG_DESKTOP_PORTAL_DIR=$WORK/no-portals
 dbus-update-activation-environment DISPLAY HOME XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME \
-  XDG_RUNTIME_DIR TZ
+  XDG_RUNTIME_DIR TZ XDG_DESKTOP_PORTAL_DIR
 
 # The history: two captures (red 400 × 300 at 14:25, blue at 09:05) and an external bundle.
 STORE=$XDG_DATA_HOME/Vellumix
