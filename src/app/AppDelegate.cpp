@@ -158,7 +158,7 @@ void AppDelegate::showHomeWindow() {
     m_homeWindow->present();
 }
 
-void AppDelegate::captureCancelled() {
+void AppDelegate::captureEndedWithoutPicture() {
     if (m_homeHiddenForCapture && m_homeWindow) {
         m_homeHiddenForCapture = false;
         m_homeWindow->present();

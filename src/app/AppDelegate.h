@@ -72,8 +72,9 @@ public:
     /// Shows (or raises) the home window: launched again from the desktop, or no tray.
     void showHomeWindow();
     HomeWindow* homeWindow() const { return m_homeWindow.get(); }
-    /// The capture started from the home window ended without a picture: it comes back.
-    void captureCancelled();
+    /// The capture started from the home window was cancelled or failed: the window comes
+    /// back.
+    void captureEndedWithoutPicture();
 
 private:
     void buildMenu(QMenu* menu, const std::vector<MenuItem>& items, MenuFlavor flavor);

@@ -69,8 +69,9 @@ int main(int argc, char* argv[]) {
     capture.onCaptured = [&opener](QImage image) {
         opener.openNewImage(std::move(image), std::nullopt);
     };
-    // A capture started from the home window hides it; cancelled, it comes back.
-    capture.onCancelled = [&delegate] { delegate.captureCancelled(); };
+    // A capture started from the home window hides it; cancelled or failed, it comes back.
+    capture.onCancelled = [&delegate] { delegate.captureEndedWithoutPicture(); };
+    capture.onFailed = capture.onCancelled;
     delegate.onCapture = [&capture] { capture.start(); };
     instance.onCapture = [&capture] { capture.start(); };
     instance.onActivate = [&delegate] { delegate.showHomeWindow(); };

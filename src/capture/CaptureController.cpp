@@ -97,6 +97,9 @@ void CaptureController::fail(const QString& reason) {
     std::cout << "Screen capture error: " << reason.toStdString() << std::endl;
     closeOverlay();
     m_running = false;
+    if (const auto failed = onFailed) {
+        failed();
+    }
 }
 
 void CaptureController::closeOverlay() {
