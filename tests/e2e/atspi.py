@@ -4,6 +4,7 @@
 usage: atspi.py unnamed WHAT        list every shown control of Vellumix without a name (exit 1
                                     when there is one); WHAT labels the report
        atspi.py press NAME          press the shown control named NAME (its first action)
+       atspi.py focus NAME          give the shown control named NAME the keyboard focus
        atspi.py wait NAME           wait (10 s at most) until a control named NAME is shown
        atspi.py window NAME         print the role and description of the shown window NAME
        atspi.py tree                print the shown objects, for finding one's way
@@ -92,6 +93,8 @@ def main():
     elif verb == "press":
         obj = find(sys.argv[2])
         Atspi.Action.do_action(obj, 0)
+    elif verb == "focus":
+        Atspi.Component.grab_focus(find(sys.argv[2]))
     elif verb == "wait":
         find(sys.argv[2])
     elif verb == "window":

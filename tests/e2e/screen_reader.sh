@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # End to end with a screen reader's eyes: the running app read over AT-SPI (at-spi2-core's
 # accessibility bus, enabled before the app starts, as a screen reader does). Every shown control
-# of the home window, the settings window, an editor (its toolbar, footer and assistant field,
-# the image-edit bar, the redact bar, the colour pop-up) must have a name, and nothing focusable
+# of the home window, the settings window, an editor (its toolbar, footer, assistant field and
+# panel, the image-edit bar, the redact bar, the colour pop-up) must have a name, and nothing focusable
 # may lack a role; the capture overlay says what it is. Then, without a mouse: an image opened and
 # "Export to Desktop" pressed through its AT-SPI action puts the picture on the desktop.
 # Processes are stopped by PID.
@@ -20,7 +20,15 @@ dbus-update-activation-environment DISPLAY HOME XDG_RUNTIME_DIR XDG_CONFIG_HOME 
 gdbus call --session -d org.a11y.Bus -o /org/a11y/bus -m org.freedesktop.DBus.Properties.Set \
   org.a11y.Status IsEnabled '<true>' >/dev/null
 "$PROBE" gradient "$WORK/shot.png" 400 300
-mkdir -p "$HOME/Desktop"
+mkdir -p "$HOME/Desktop" "$XDG_CONFIG_HOME/Vellumix"
+# A Secret Service for the API key, and the cloud assistant at an address where nothing
+# listens: a request fails at once and the assistant panel says why.
+printf 'vellumix-tests' | gnome-keyring-daemon --foreground --unlock --components=secrets \
+  >/dev/null 2>&1 &
+KEYRING_PID=$!
+trap 'status=$?; stop "$KEYRING_PID"; (exit $status); cleanup' EXIT
+echo '{"aiProvider":"googleGeminiFlash"}' >"$XDG_CONFIG_HOME/Vellumix/defaults.json"
+export VELLUMIX_GEMINI_BASE_URL=http://127.0.0.1:9
 
 check() { # check WHAT: no unnamed control, nothing focusable without a role
   "$A11Y" unnamed "$1" || fail "$1: controls a screen reader cannot name (above)"
@@ -34,6 +42,10 @@ check "home window"
 "$A11Y" press "Settings…"
 "$A11Y" wait "Launch on startup"
 check "settings window"
+# The key typed into its field; Return stores it.
+"$A11Y" focus "Gemini API key"
+xdotool type --delay 20 "not-a-real-key"
+xdotool key Return
 
 "$APP" "$WORK/shot.png" >>"$WORK/app.log" 2>&1
 "$A11Y" wait "Export to Desktop"
@@ -46,6 +58,12 @@ check "image-edit bar"
 check "redact bar"
 "$A11Y" press "Cancel"
 "$A11Y" wait "Edit image…"
+"$A11Y" focus "Assistant request"
+xdotool type --delay 20 "what is this"
+xdotool key Return
+"$A11Y" wait "Close AI panel"
+check "assistant panel"
+"$A11Y" press "Close AI panel"
 "$A11Y" press "Stroke color"
 "$A11Y" wait "Pick Screen Color"
 check "colour pop-up"
