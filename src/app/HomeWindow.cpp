@@ -47,21 +47,19 @@ HomeWindow::HomeWindow(EntrySource entries, QWidget* parent)
 
     auto* layout = new QVBoxLayout(this);
     auto* actions = new QHBoxLayout;
-    const std::pair<MenuCommand, QString> buttons[] = {
-        {MenuCommand::capture, QStringLiteral("Capture")},
-        {MenuCommand::paste, QStringLiteral("Paste")},
-        {MenuCommand::open, QStringLiteral("Open…")},
-        {MenuCommand::settings, QStringLiteral("Settings…")},
-        {MenuCommand::quit, QStringLiteral("Quit")},
-    };
-    for (const auto& [what, text] : buttons) {
-        if (what == MenuCommand::quit) {
+    // The status menu's commands, in its order and with its texts.
+    for (const MenuItem& item : statusmenu::topLevelItems(MenuFlavor::drawnByDesktop)) {
+        if (item.kind != MenuItem::Kind::command || item.command == MenuCommand::none) {
+            continue;
+        }
+        if (item.command == MenuCommand::quit) {
             actions->addStretch();
         }
-        auto* button = new QPushButton(text);
-        connect(button, &QPushButton::clicked, this, [this, what = what] { command(what); });
+        auto* button = new QPushButton(item.text);
+        connect(button, &QPushButton::clicked, this,
+                [this, what = item.command] { command(what); });
         actions->addWidget(button);
-        m_buttons.emplace_back(what, button);
+        m_buttons.emplace_back(item.command, button);
     }
     button(MenuCommand::capture)->setDefault(true);
     for (const QKeySequence& keys :

@@ -206,6 +206,11 @@ TEST_F(StatusMenuTest, HomeWindowOffersTheMenusCommandsAndTheHistory) {
     HomeWindow* home = delegate->homeWindow();
     ASSERT_NE(home, nullptr);
     EXPECT_TRUE(home->isVisible());
+    QStringList buttons;
+    for (QPushButton* button : home->findChildren<QPushButton*>()) {
+        buttons << button->text();
+    }
+    EXPECT_EQ(buttons, (QStringList{"Capture", "Paste", "Open…", "Settings…", "Quit"}));
     EXPECT_TRUE(home->tiles().empty());
     const auto texts = [home] {
         QStringList shown;
