@@ -97,7 +97,7 @@ xdotool mousemove $((X + 150)) $((Y + 80)) sleep 0.1 mousemove $((X + 300)) $((Y
 xdotool mouseup 1
 NEWEST=""
 for _ in $(seq 1 50); do
-  NEWEST=$(ls -1dt "$STORE"/*.vellumix | head -1)
+  NEWEST=$(newest_bundle)
   [ "$NEWEST" != "$STORE/2025-03-07-090500.vellumix" ] && [ -f "$NEWEST/image.png" ] && break
   sleep 0.1
 done

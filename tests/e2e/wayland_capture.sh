@@ -127,14 +127,13 @@ echo "PASS (overlay): the whole output is dimmed: $BEFORE-> $PROBED"
 # A drag from logical (100, 80) to (400, 300): the editor gets exactly those pixels of the
 # output as grim saw it before, at the output's scale.
 "$POINTER" drag 100 80 400 300 "$LOGICAL_W" "$LOGICAL_H"
-NEWEST=""
 for _ in $(seq 1 100); do
-  NEWEST=$(ls -1dt "$XDG_DATA_HOME"/Vellumix/*.vellumix 2>/dev/null | head -1)
-  [ "$(ls -1d "$XDG_DATA_HOME"/Vellumix/*.vellumix 2>/dev/null | wc -l)" -ge 2 ] && break
+  [ "$(bundles_by_creation | wc -l)" -ge 2 ] && break
   sleep 0.1
 done
-[ "$(ls -1d "$XDG_DATA_HOME"/Vellumix/*.vellumix | wc -l)" -ge 2 ] || fail "the drag gave no capture"
+[ "$(bundles_by_creation | wc -l)" -ge 2 ] || fail "the drag gave no capture"
 sleep 0.5
+NEWEST=$(newest_bundle)
 "$PROBE" same "$NEWEST/image.png" "$WORK/before.png" $((100 * SCALE)) $((80 * SCALE)) ||
   fail "the capture is not the dragged area of the output"
 echo "PASS (drag): $("$PROBE" "$NEWEST/image.png" | head -1) px, the output's own pixels"
