@@ -25,7 +25,16 @@ PACKAGES=(
   nlohmann-json3-dev libsimdjson-dev
   # tests, benchmarks and fuzzing
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  xvfb xauth x11-apps xdotool xclip trayer xterm desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
+  xvfb xauth x11-apps xdotool xclip trayer xterm
+  # real desktop parts for the end-to-end tests: a StatusNotifierItem panel, a file manager,
+  # the desktop portal with KDE's backend and kglobalaccel (GlobalShortcuts)
+  xfce4-panel thunar python3-gi fuse3 xdg-desktop-portal xdg-desktop-portal-kde libkf5globalaccel-bin
+  # Wayland: a headless compositor, the wlroots and GTK portal backends, PipeWire, grim, and the
+  # client library of the test's virtual pointer
+  sway swaybg xdg-desktop-portal-wlr xdg-desktop-portal-gtk pipewire-bin grim libwayland-dev
+  # screen readers' view: the accessibility bus and its Python bindings
+  at-spi2-core gir1.2-atspi-2.0
+  desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
 )
 
 missing=()

@@ -77,12 +77,32 @@ GlobalShortcut::GlobalShortcut(Settings& settings, std::function<void()> capture
 
 GlobalShortcut::~GlobalShortcut() = default;
 
+ShortcutRoute shortcutRoute(const DisplaySession& session, const QString& override) {
+    if (session.kind == DisplaySession::Kind::headless) {
+        return ShortcutRoute::none;
+    }
+    if (override == QLatin1String("portal")) {
+        return ShortcutRoute::portal;
+    }
+    // A key grab needs an X server of our own: under native Wayland there is none.
+    if (override == QLatin1String("x11") && session.platformName == QLatin1String("xcb")) {
+        return ShortcutRoute::x11;
+    }
+    return session.kind == DisplaySession::Kind::wayland ? ShortcutRoute::portal
+                                                         : ShortcutRoute::x11;
+}
+
 void GlobalShortcut::refresh() {
-    const DisplaySession session = detectDisplaySession();
-    if (session.kind == DisplaySession::Kind::wayland) {
+    switch (
+        shortcutRoute(detectDisplaySession(), qEnvironmentVariable("VELLUMIX_SHORTCUT_ROUTE"))) {
+    case ShortcutRoute::portal:
         refreshPortal();
-    } else if (session.kind == DisplaySession::Kind::x11) {
+        break;
+    case ShortcutRoute::x11:
         refreshX11();
+        break;
+    case ShortcutRoute::none:
+        break;
     }
 }
 

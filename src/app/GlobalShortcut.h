@@ -43,6 +43,17 @@ private:
     QString m_lastLogged;
 };
 
+struct DisplaySession;
+
+/// Where the capture shortcut is taken: a key grab on the X server, the GlobalShortcuts
+/// portal, or nowhere (no display).
+enum class ShortcutRoute { none, x11, portal };
+
+/// The session decides (X11: key grab; Wayland, XWayland included: portal) unless `override`
+/// ($VELLUMIX_SHORTCUT_ROUTE) names "portal" or "x11": KDE Plasma on X11 serves both, and a
+/// user may prefer the desktop's own shortcut settings there. Other values are ignored.
+ShortcutRoute shortcutRoute(const DisplaySession& session, const QString& override);
+
 /// The portal's name for a shortcut: "CTRL+SHIFT+6", "ALT+LOGO+a"; empty for no shortcut.
 QString portalTrigger(std::uint32_t code, std::uint32_t flags);
 

@@ -51,6 +51,9 @@ bool SingleInstance::claim(const QStringList& files, bool capture, QDBusConnecti
     if (capture && !ask(QStringLiteral("Capture"), {})) {
         return true;
     }
+    if (files.isEmpty() && !capture && !ask(QStringLiteral("Activate"), {})) {
+        return true;
+    }
     return false;
 }
 
@@ -67,6 +70,12 @@ namespace vellumix {
 void SingleInstance::Capture() {
     if (onCapture) {
         onCapture();
+    }
+}
+
+void SingleInstance::Activate() {
+    if (onActivate) {
+        onActivate();
     }
 }
 

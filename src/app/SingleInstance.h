@@ -22,9 +22,12 @@ public:
     std::function<void(const QStringList&)> onOpenFiles;
     /// Another launch asked for an area capture (`vellumix --capture`).
     std::function<void()> onCapture;
+    /// Another launch with nothing to open or capture (the app grid, a dock, a launcher).
+    std::function<void()> onActivate;
 
     /// True when this process is the one that runs; false when another already runs and has
-    /// received `files` (then this process should end).
+    /// received `files`, the capture, or (with neither) the request to show itself; then this
+    /// process should end.
     bool claim(const QStringList& files, bool capture = false,
                QDBusConnection bus = QDBusConnection::sessionBus());
 
@@ -34,6 +37,8 @@ public Q_SLOTS:
     /// Starts an area capture; called by `vellumix --capture`, also from a desktop's own
     /// keyboard shortcut where applications cannot take global keys.
     Q_SCRIPTABLE void Capture();
+    /// Shows the home window; called by a launch with no arguments.
+    Q_SCRIPTABLE void Activate();
 };
 
 /// Paths as a later launch hands them over: absolute, so the running process finds them.

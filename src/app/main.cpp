@@ -1,6 +1,7 @@
 #include "ai/AIService.h"
 #include "ai/GeminiService.h"
 #include "ai/Routing.h"
+#include "app/AccessibleRoles.h"
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
 #include "app/GlobalShortcut.h"
@@ -30,6 +31,7 @@ int main(int argc, char* argv[]) {
     QApplication::setOrganizationName(QStringLiteral("Vellumix"));
     QApplication::setDesktopFileName(QStringLiteral("vellumix"));
     QApplication::setWindowIcon(vellumix::applicationIcon());
+    vellumix::installAccessibleRoles();
     // A tray application: closing the last editor window must not quit it.
     QApplication::setQuitOnLastWindowClosed(false);
 
@@ -67,8 +69,12 @@ int main(int argc, char* argv[]) {
     capture.onCaptured = [&opener](QImage image) {
         opener.openNewImage(std::move(image), std::nullopt);
     };
+    // A capture started from the home window hides it; cancelled or failed, it comes back.
+    capture.onCancelled = [&delegate] { delegate.captureEndedWithoutPicture(); };
+    capture.onFailed = capture.onCancelled;
     delegate.onCapture = [&capture] { capture.start(); };
     instance.onCapture = [&capture] { capture.start(); };
+    instance.onActivate = [&delegate] { delegate.showHomeWindow(); };
     delegate.onPaste = [&opener] { opener.openFromClipboard(); };
     delegate.onOpen = [&opener] {
         if (const auto request = vellumix::runOpenPanel()) {
@@ -144,7 +150,7 @@ int main(int argc, char* argv[]) {
 
     QTimer::singleShot(0, &delegate,
                        [&delegate, &capture, applyShortcut, openAll, files, captureNow] {
-                           delegate.applicationDidFinishLaunching();
+                           delegate.applicationDidFinishLaunching(files.isEmpty() && !captureNow);
                            applyShortcut();
                            openAll(files);
                            if (captureNow) {

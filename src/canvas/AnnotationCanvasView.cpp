@@ -19,6 +19,7 @@ AnnotationCanvasView::AnnotationCanvasView(QWidget* parent) : QWidget(parent) {
     registerUiResources();
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
+    setAccessibleName(QStringLiteral("Canvas"));
     setAttribute(Qt::WA_OpaquePaintEvent, false);
     setAutoFillBackground(false);
 

@@ -83,13 +83,23 @@ void CaptureController::showOverlay(QScreen* screen, ScreenGrab grab) {
             cancelled();
         }
     };
-    view->show();
+    // A Wayland compositor places windows itself (a tiling one shares the output among them):
+    // only a full-screen window is sure to cover the whole output. On X11 the override-redirect
+    // window takes the screen's geometry as it is.
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+        view->showFullScreen();
+    } else {
+        view->show();
+    }
 }
 
 void CaptureController::fail(const QString& reason) {
     std::cout << "Screen capture error: " << reason.toStdString() << std::endl;
     closeOverlay();
     m_running = false;
+    if (const auto failed = onFailed) {
+        failed();
+    }
 }
 
 void CaptureController::closeOverlay() {

@@ -14,7 +14,7 @@ class CaptureView;
 
 /// One area capture at a time: grabs the screen under the mouse, shows the overlay over it and
 /// hands back the selected pixels. A failed grab prints "Screen capture error: " and a reason to
-/// standard output and calls neither callback.
+/// standard output and calls only onFailed.
 class CaptureController final {
 public:
     explicit CaptureController(std::unique_ptr<ScreenGrabber> grabber = makeScreenGrabber());
@@ -33,6 +33,8 @@ public:
     std::function<void(QImage)> onCaptured;
     /// The user cancelled (Escape, right click, a drag too small to count). Optional.
     std::function<void()> onCancelled;
+    /// The grab failed (the reason is already printed). Optional.
+    std::function<void()> onFailed;
 
 private:
     void showOverlay(QScreen* screen, ScreenGrab grab);

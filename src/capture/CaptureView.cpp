@@ -43,6 +43,8 @@ CaptureView::CaptureView(QImage grab, QRect screenGeometry, double devicePixelRa
     setFocusPolicy(Qt::StrongFocus);
     setCursor(Qt::CrossCursor);
     setWindowTitle(tr("Capture"));
+    setAccessibleName(tr("Capture"));
+    setAccessibleDescription(tr("Drag over the area to capture; Escape cancels"));
     m_display = m_grab;
     m_display.setDevicePixelRatio(m_devicePixelRatio);
     setGeometry(m_screenGeometry);

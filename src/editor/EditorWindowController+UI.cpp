@@ -436,6 +436,7 @@ QWidget* EditorWindowController::buildAssistantGroup() {
     m_providerButton->setToolTip(QStringLiteral("AI provider"));
     m_infoButton = iconButton(QStringLiteral("info"), QStringLiteral("AI tips"), group);
     m_promptField = new QLineEdit(group);
+    m_promptField->setAccessibleName(QStringLiteral("Assistant request"));
     // About 280 wide, narrower before the footer would run out of the window.
     m_promptField->setFixedHeight(24);
     m_promptField->setMinimumWidth(120);

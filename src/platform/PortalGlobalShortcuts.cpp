@@ -111,9 +111,23 @@ void PortalGlobalShortcuts::start(const QString& preferredTrigger) {
             });
 }
 
+namespace {
+
+QList<PortalShortcut> wantedShortcuts(const QString& preferredTrigger) {
+    return {{PortalGlobalShortcuts::shortcutId,
+             {{QStringLiteral("description"), QStringLiteral("Capture screen area")},
+              {QStringLiteral("preferred_trigger"), preferredTrigger}}}};
+}
+
+} // namespace
+
 void PortalGlobalShortcuts::createSession() {
     PortalCall call = portalCall(QStringLiteral("CreateSession"));
-    call.options = {{QStringLiteral("session_handle_token"), sessionToken}};
+    // The shortcuts go into CreateSession as well: backends of the portal's draft API (KDE's
+    // 5.27) bind only what CreateSession names and ignore a later BindShortcuts.
+    call.options = {
+        {QStringLiteral("session_handle_token"), sessionToken},
+        {QStringLiteral("shortcuts"), QVariant::fromValue(wantedShortcuts(m_preferredTrigger))}};
     call.onResponse = [this](uint response, const QVariantMap& results) {
         m_session = sessionHandleIn(results);
         if (response != 0 || m_session.isEmpty()) {
@@ -148,13 +162,9 @@ void PortalGlobalShortcuts::listShortcuts() {
 }
 
 void PortalGlobalShortcuts::bindShortcut() {
-    const QList<PortalShortcut> shortcuts{
-        {shortcutId,
-         {{QStringLiteral("description"), QStringLiteral("Capture screen area")},
-          {QStringLiteral("preferred_trigger"), m_preferredTrigger}}}};
     PortalCall call = portalCall(QStringLiteral("BindShortcuts"));
     call.arguments = {QVariant::fromValue(QDBusObjectPath(m_session)),
-                      QVariant::fromValue(shortcuts), QString()};
+                      QVariant::fromValue(wantedShortcuts(m_preferredTrigger)), QString()};
     call.onResponse = [this](uint response, const QVariantMap& results) {
         if (response != 0) {
             report(response == 1

@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
 #include "app/HistoryMenuItemView.h"
+#include "app/HomeWindow.h"
 #include "app/OpenPanel.h"
 #include "app/QuitShortcut.h"
 #include "app/ShortcutRecorderView.h"
@@ -14,9 +15,12 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 #include <QWidgetAction>
 
 #include <gtest/gtest.h>
@@ -197,6 +201,69 @@ TEST_F(StatusMenuTest, CtrlQQuitsFromAnyWindowUnlessTheFocusedFieldRecordsIt) {
     EXPECT_NE(recorder.keyCode(), 0u);
 }
 
+TEST_F(StatusMenuTest, HomeWindowOffersTheMenusCommandsAndTheHistory) {
+    delegate->showHomeWindow();
+    HomeWindow* home = delegate->homeWindow();
+    ASSERT_NE(home, nullptr);
+    EXPECT_TRUE(home->isVisible());
+    QStringList buttons;
+    for (QPushButton* button : home->findChildren<QPushButton*>()) {
+        buttons << button->text();
+    }
+    EXPECT_EQ(buttons, (QStringList{"Capture", "Paste", "Open…", "Settings…", "Quit"}));
+    EXPECT_TRUE(home->tiles().empty());
+    const auto texts = [home] {
+        QStringList shown;
+        for (QLabel* label : home->findChildren<QLabel*>()) {
+            if (label->isVisibleTo(home)) {
+                shown << label->text();
+            }
+        }
+        return shown;
+    };
+    EXPECT_TRUE(texts().contains(QStringLiteral("No history yet")));
+
+    HistoryStore& history = opener->history();
+    const auto captured = history.createBundle(picture(320, 200), {});
+    const QString external = dir.filePath("Project one.vellumix");
+    ASSERT_TRUE(captured && bundle::write(picture(200, 200), {}, external, BundleServices{}));
+    history.recordExternal(external);
+    delegate->showHomeWindow();
+    const auto tiles = home->tiles();
+    ASSERT_EQ(tiles.size(), 2u);
+    EXPECT_FALSE(texts().contains(QStringLiteral("No history yet")));
+    QToolButton* externalTile = tiles[0]->text() == "Project one" ? tiles[0] : tiles[1];
+    QToolButton* capturedTile = externalTile == tiles[0] ? tiles[1] : tiles[0];
+    const auto menuTexts = [](QToolButton* tile) {
+        QStringList list;
+        for (QAction* a : tile->menu()->actions()) {
+            list << a->text();
+        }
+        return list;
+    };
+    EXPECT_EQ(menuTexts(externalTile), QStringList{"Show in Folder"});
+    EXPECT_EQ(menuTexts(capturedTile), (QStringList{"Show in Folder", "Delete"}));
+
+    // A click opens the entry; Delete in a tile's menu removes the bundle and the tile.
+    QTest::mouseClick(capturedTile, Qt::LeftButton, {}, QPoint(40, 40));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return opener->editors().size() == 1; }, 2000));
+    EXPECT_EQ(opener->editors()[0]->bundlePath(), *captured);
+    capturedTile->menu()->actions()[1]->trigger();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return home->tiles().size() == 1; }, 2000));
+    EXPECT_FALSE(QDir(*captured).exists());
+    EXPECT_TRUE(opener->editors().empty());
+
+    // Capture hides the window first, so it is not in the picture; a cancelled capture
+    // brings it back.
+    int captures = 0;
+    delegate->onCapture = [&] { ++captures; };
+    home->button(MenuCommand::capture)->click();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return captures == 1; }, 2000));
+    EXPECT_FALSE(home->isVisible());
+    delegate->captureEndedWithoutPicture();
+    EXPECT_TRUE(home->isVisible());
+}
+
 TEST(SingleInstance, ALaterLaunchHandsItsFilesToTheFirst) {
     if (!QDBusConnection::sessionBus().isConnected()) {
         GTEST_SKIP() << "no session bus (the test command starts one)";
@@ -216,6 +283,12 @@ TEST(SingleInstance, ALaterLaunchHandsItsFilesToTheFirst) {
     EXPECT_EQ(captures, 1);
     EXPECT_EQ(received, (QStringList{QDir::current().absoluteFilePath("shot.png"),
                                      QStringLiteral("/tmp/a.pdf")}));
+    // A launch with nothing to open asks the running one to show itself.
+    int activations = 0;
+    first.onActivate = [&] { ++activations; };
+    EXPECT_FALSE(second.claim({}, false, other));
+    EXPECT_EQ(activations, 1);
+    EXPECT_EQ(captures, 1);
     QDBusConnection::disconnectFromBus(QStringLiteral("second-launch"));
     QDBusConnection::sessionBus().unregisterService(SingleInstance::serviceName);
 }

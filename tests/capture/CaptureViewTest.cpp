@@ -271,8 +271,10 @@ TEST(CaptureSizeLabel, HasTheFaceAndBoxOfTheCanvasReadOuts) {
     QTest::keyClick(&view, Qt::Key_Escape);
 }
 
-TEST_F(CaptureTest, FailedGrabPrintsAndCallsNothing) {
+TEST_F(CaptureTest, FailedGrabPrintsAndReportsOnlyTheFailure) {
     grabber->failure = QStringLiteral("no pixels");
+    int failures = 0;
+    controller->onFailed = [&failures] { ++failures; };
     testing::internal::CaptureStdout();
     controller->start();
     const std::string out = testing::internal::GetCapturedStdout();
@@ -280,6 +282,7 @@ TEST_F(CaptureTest, FailedGrabPrintsAndCallsNothing) {
     EXPECT_EQ(visibleOverlay(), nullptr);
     EXPECT_FALSE(captured.has_value());
     EXPECT_EQ(cancels, 0);
+    EXPECT_EQ(failures, 1);
     EXPECT_FALSE(controller->isRunning());
 }
 

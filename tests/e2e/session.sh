@@ -8,12 +8,26 @@ stop() {
     wait "$1" 2>/dev/null || true
   fi
 }
+# What the script's own bus started (portals, the file manager, settings daemons) is found by
+# that bus's address in its environment and stopped by PID: some outlive the bus and would hold
+# the test's output open.
+stop_bus_services() {
+  [ -n "${VELLUMIX_E2E_OWN_BUS:-}" ] && [ -n "${DBUS_SESSION_BUS_ADDRESS:-}" ] || return 0
+  local pid
+  for pid in $(grep -lsz -F -x "DBUS_STARTER_ADDRESS=$DBUS_SESSION_BUS_ADDRESS" \
+    /proc/[0-9]*/environ | cut -d/ -f3); do
+    kill "$pid" 2>/dev/null || true
+  done
+}
 cleanup() {
   local status=$?
+  stop_bus_services
   stop "$APP_PID"
   stop "$SECOND_PID"
   stop "$TRAY_PID"
   stop "$XVFB_PID"
+  # A desktop service may have mounted the document portal in the runtime folder.
+  fusermount -u -q "$XDG_RUNTIME_DIR/doc" 2>/dev/null || true
   rm -rf "$WORK"
   exit "$status"
 }
@@ -70,3 +84,30 @@ bundles_by_creation() {
   done | sort -n -k1,1 -k2,2V | cut -d' ' -f2-
 }
 newest_bundle() { bundles_by_creation | tail -1; }
+
+# XFCE's panel with nothing but its tray plugin: a StatusNotifierItem host and watcher that
+# draws the icons' exported menus itself. It must own the watcher before the app starts.
+start_sni_panel() {
+  local panel_config=$XDG_CONFIG_HOME/xfce4/xfconf/xfce-perchannel-xml
+  mkdir -p "$panel_config"
+  cp "$(dirname "${BASH_SOURCE[0]}")/xfce4-panel-tray-only.xml" "$panel_config/xfce4-panel.xml"
+  xfce4-panel --disable-wm-check >/dev/null 2>&1 &
+  TRAY_PID=$!
+  for _ in $(seq 1 100); do
+    gdbus call --session -d org.kde.StatusNotifierWatcher -o /StatusNotifierWatcher \
+      -m org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher \
+      IsStatusNotifierHostRegistered 2>/dev/null | grep -q true && return
+    sleep 0.1
+  done
+  fail "xfce4-panel registered no StatusNotifierItem host"
+}
+
+wait_for_sni_item() {
+  for _ in $(seq 1 100); do
+    gdbus call --session -d org.kde.StatusNotifierWatcher -o /StatusNotifierWatcher \
+      -m org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher \
+      RegisteredStatusNotifierItems 2>/dev/null | grep -q StatusNotifierItem && return
+    sleep 0.1
+  done
+  fail "the app registered no StatusNotifierItem"
+}

@@ -3,6 +3,7 @@
 #include "platform/PortalGlobalShortcuts.h"
 
 #include "app/GlobalShortcut.h"
+#include "platform/DisplaySession.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -58,6 +59,7 @@ public:
     uint bindAnswer = 0;
     QMap<QString, QList<Shortcut>> remembered; // session token -> its shortcuts
     QStringList sessionTokens;
+    QList<QList<Shortcut>> createCalls;
     QList<QList<Shortcut>> bindCalls;
 
     void activate(const QString& session, const QString& id) {
@@ -73,6 +75,9 @@ public Q_SLOTS:
     QDBusObjectPath CreateSession(const QVariantMap& options) {
         const QString token = options.value(QStringLiteral("session_handle_token")).toString();
         sessionTokens << token;
+        QList<Shortcut> named;
+        options.value(QStringLiteral("shortcuts")).value<QDBusArgument>() >> named;
+        createCalls << named;
         // As xdg-desktop-portal does: the handle arrives as a string.
         return answer(options, 0,
                       {{QStringLiteral("session_handle"),
@@ -178,13 +183,17 @@ TEST_F(PortalGlobalShortcutsTest, BindsOnceThenFindsTheBindingOnLaterStarts) {
         first.shortcuts.start(QStringLiteral("CTRL+SHIFT+6"));
         ASSERT_TRUE(QTest::qWaitFor([&] { return first.settled(); }, 5000));
         EXPECT_EQ(first.bound, QStringList{QStringLiteral("Ctrl+Shift+6")});
+        // The shortcut goes into CreateSession too: the portal's draft API binds only that.
         ASSERT_EQ(portal->bindCalls.size(), 1);
-        ASSERT_EQ(portal->bindCalls[0].size(), 1);
-        EXPECT_EQ(portal->bindCalls[0][0].id, QStringLiteral("capture"));
-        EXPECT_EQ(portal->bindCalls[0][0].properties.value(QStringLiteral("preferred_trigger")),
-                  QStringLiteral("CTRL+SHIFT+6"));
-        EXPECT_EQ(portal->bindCalls[0][0].properties.value(QStringLiteral("description")),
-                  QStringLiteral("Capture screen area"));
+        ASSERT_EQ(portal->createCalls.size(), 1);
+        for (const QList<Shortcut>& named : {portal->bindCalls[0], portal->createCalls[0]}) {
+            ASSERT_EQ(named.size(), 1);
+            EXPECT_EQ(named[0].id, QStringLiteral("capture"));
+            EXPECT_EQ(named[0].properties.value(QStringLiteral("preferred_trigger")),
+                      QStringLiteral("CTRL+SHIFT+6"));
+            EXPECT_EQ(named[0].properties.value(QStringLiteral("description")),
+                      QStringLiteral("Capture screen area"));
+        }
     }
     // The next run uses the same session token and does not ask the desktop again.
     Client second;
@@ -244,3 +253,33 @@ TEST(PortalTrigger, NamesModifiersAndKeysTheWayThePortalReadsThem) {
 } // namespace
 
 #include "PortalGlobalShortcutsTest.moc"
+
+TEST(ShortcutRoute, TheSessionDecidesUnlessTheUserNamesARoute) {
+    const auto session = [](DisplaySession::Kind kind, const char* platform, bool xwayland) {
+        DisplaySession s;
+        s.kind = kind;
+        s.platformName = QString::fromLatin1(platform);
+        s.viaXWayland = xwayland;
+        return s;
+    };
+    using K = DisplaySession::Kind;
+    const struct {
+        DisplaySession session;
+        const char* override;
+        ShortcutRoute expected;
+    } cases[] = {
+        {session(K::x11, "xcb", false), "", ShortcutRoute::x11},
+        {session(K::wayland, "wayland", false), "", ShortcutRoute::portal},
+        {session(K::wayland, "xcb", true), "", ShortcutRoute::portal},
+        {session(K::headless, "offscreen", false), "portal", ShortcutRoute::none},
+        {session(K::x11, "xcb", false), "portal", ShortcutRoute::portal},
+        {session(K::wayland, "xcb", true), "x11", ShortcutRoute::x11},
+        // No X server of its own under native Wayland; unknown words change nothing.
+        {session(K::wayland, "wayland", false), "x11", ShortcutRoute::portal},
+        {session(K::x11, "xcb", false), "kde", ShortcutRoute::x11},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(shortcutRoute(c.session, QString::fromLatin1(c.override)), c.expected)
+            << qPrintable(describe(c.session)) << " with \"" << c.override << '"';
+    }
+}
