@@ -61,9 +61,13 @@ for _ in $(seq 1 100); do
   sleep 0.1
 done
 [ -n "$EDITOR" ] || fail "a click on the tile opened no editor"
-sleep 0.5
-eval "$(xdotool getwindowgeometry --shell "$EDITOR" | sed 's/^/E_/')"
-PROBED=$("$PROBE" screen $((E_X + E_WIDTH / 2)) $((E_Y + E_HEIGHT / 2)) | tail -1)
+# A loaded machine may take a while to map and paint it.
+for _ in $(seq 1 50); do
+  eval "$(xdotool getwindowgeometry --shell "$EDITOR" | sed 's/^/E_/')"
+  PROBED=$("$PROBE" screen $((E_X + E_WIDTH / 2)) $((E_Y + E_HEIGHT / 2)) | tail -1)
+  [ "$PROBED" = "#0000ffff" ] && break
+  sleep 0.1
+done
 [ "$PROBED" = "#0000ffff" ] || fail "the editor does not show the entry's picture: $PROBED"
 echo "PASS (tile): the entry opened in an editor"
 xdotool windowfocus --sync "$EDITOR" key ctrl+w
