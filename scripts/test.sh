@@ -1,10 +1,16 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every test headless: no display, no session bus, no network needed.
-# Extra arguments go to ctest (for example -R AnnotationID).
+# Sets up, builds and runs every test headless: no display and no session bus needed. The network
+# is needed once per machine, to fetch the sources of the real llama-server the local model tests
+# run against (scripts/llama-server.sh caches it). Extra arguments go to ctest (for example
+# -R AnnotationID).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/build.sh
+
+# Here the real server must be there: its tests fail rather than skip without it.
+VELLUMIX_LLAMA_SERVER=$(bash scripts/llama-server.sh)
+export VELLUMIX_LLAMA_SERVER VELLUMIX_REQUIRE_LLAMA_SERVER=1
 
 export QT_QPA_PLATFORM=offscreen
 unset DISPLAY WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS

@@ -46,10 +46,10 @@ struct Counts {
 
 class Batch {
 public:
-    Batch(CanvasDocument& canvas) : m_canvas(canvas), m_list(canvas.annotations()) {
-        const QImage& image = canvas.image();
+    Batch(CanvasDocument& canvas)
+        : m_canvas(canvas), m_list(canvas.annotations()), m_imageSize(canvas.image().size()) {
         const double rectWidth = canvas.imageRect().width();
-        m_scale = rectWidth > 0 && image.width() > 0 ? rectWidth / image.width() : 1;
+        m_scale = rectWidth > 0 && m_imageSize.width() > 0 ? rectWidth / m_imageSize.width() : 1;
     }
 
     QRectF toCanvas(const PixelRect& r) const {
@@ -60,6 +60,10 @@ public:
     void createShape(const CreateShapeCommand& c, AICommandResult& result) {
         if (c.rect.width < 1 || c.rect.height < 1) {
             ++result.failed;
+            return;
+        }
+        const auto rect = onImage(c.rect, result);
+        if (!rect) {
             return;
         }
         const AnnotationStyle& toolbar = m_canvas.style();
@@ -76,7 +80,7 @@ public:
         }
         ShapeAnnotation shape;
         shape.shape = c.kind;
-        shape.rect = toCanvas(c.rect);
+        shape.rect = *rect;
         shape.strokeColor = stroke;
         shape.fillColor = fill;
         shape.lineWidth = orElse(style, &AIStyleOverride::lineWidth, toolbar.lineWidth);
@@ -110,13 +114,17 @@ public:
             ++result.failed;
             return;
         }
+        const auto rect = onImage({c.rect.x, c.rect.y, w, h}, result);
+        if (!rect) {
+            return;
+        }
         const Color candidateBackground =
             style && style->fillUseToolbar ? toolbar.fillColor : Color::clear();
         const Color candidateBorder =
             style && style->strokeUseToolbar ? toolbar.strokeColor : Color::clear();
         const double opacity = opacityFactor(style);
         TextAnnotation text;
-        text.rect = toCanvas({c.rect.x, c.rect.y, w, h});
+        text.rect = *rect;
         text.text = c.text;
         text.color =
             withOpacity(orElse(style, &AIStyleOverride::fontColor, toolbar.fontColor), opacity);
@@ -155,20 +163,37 @@ public:
             ++result.failed;
             return;
         }
+        std::optional<QRectF> rect;
+        if (c.rect && !(rect = onImage(*c.rect, result))) {
+            return; // a move off the picture is not half-done by its restyle
+        }
         Annotation& target = m_list[static_cast<size_t>(*index)];
         if (c.style) {
             target = restyled(target, *c.style);
         }
-        if (c.rect) {
-            target = refitted(target, toCanvas(*c.rect));
+        if (rect) {
+            target = refitted(target, *rect);
         }
         store();
         result.updated.push_back(c.id);
     }
 
     const Counts& counts() const { return m_counts; }
+    /// The index of the command being applied, for what the result says about it.
+    void setCommand(std::size_t index) { m_command = index; }
 
 private:
+    // The box cut to the image, on the canvas; none (and the command failed) when it is all off.
+    std::optional<QRectF> onImage(const PixelRect& box, AICommandResult& result) {
+        const auto clamped = clampedToImage(box, m_imageSize);
+        if (!clamped) {
+            result.outside.push_back({m_command, box});
+            ++result.failed;
+            return std::nullopt;
+        }
+        return toCanvas(*clamped);
+    }
+
     std::optional<int> find(const AnnotationID& id) const {
         for (size_t i = 0; i < m_list.size(); ++i) {
             if (idOf(m_list[i]) == id) {
@@ -256,6 +281,8 @@ private:
 
     CanvasDocument& m_canvas;
     AnnotationList m_list;
+    QSize m_imageSize;
+    std::size_t m_command = 0;
     double m_scale = 1;
     Counts m_counts;
 };
@@ -324,7 +351,8 @@ AICommandResult AICanvasCommander::apply(const std::vector<AICanvasCommand>& com
     AICommandResult result;
     const AnnotationList before = canvas.annotations();
     Batch batch(canvas);
-    for (const AICanvasCommand& command : commands) {
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        batch.setCommand(i);
         std::visit(
             [&](const auto& c) {
                 using T = std::decay_t<decltype(c)>;
@@ -338,7 +366,7 @@ AICommandResult AICanvasCommander::apply(const std::vector<AICanvasCommand>& com
                     batch.update(c, result);
                 }
             },
-            command);
+            commands[i]);
     }
     if (!result.created.empty()) {
         canvas.setSelection({static_cast<int>(canvas.annotations().size()) - 1});

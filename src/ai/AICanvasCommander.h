@@ -13,6 +13,13 @@ struct AICommandResult {
     std::vector<AnnotationID> created;
     std::vector<AnnotationID> deleted;
     std::vector<AnnotationID> updated;
+    /// A command whose box lay entirely off the image (counted as failed too); boxes partly on
+    /// it are cut to the image.
+    struct OffImage {
+        std::size_t command; ///< its index in the batch
+        PixelRect box;       ///< as the model gave it
+    };
+    std::vector<OffImage> outside;
     int failed = 0;
     QString summary;
 };

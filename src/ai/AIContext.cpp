@@ -216,9 +216,19 @@ AIContext AIContext::compact(const Inputs& in) {
     return {lines.join(QLatin1Char('\n'))};
 }
 
-QString AIContext::logLine(QueryRoute route, const AIContext& context) {
-    return QStringLiteral("[Vellumix] AI context (%1):\n%2\n---")
-        .arg(rawValue(route), context.summary);
+QString AIContext::logLine(QueryRoute route, const AIContext& context, bool withText) {
+    if (withText) {
+        return QStringLiteral("[Vellumix] AI context (%1):\n%2\n---")
+            .arg(rawValue(route), context.summary);
+    }
+    const qsizetype lines = context.summary.isEmpty() ? 0 : context.summary.count(u'\n') + 1;
+    return QStringLiteral("[Vellumix] AI context (%1): %2 %3, %4 %5")
+        .arg(rawValue(route))
+        .arg(lines)
+        .arg(lines == 1 ? QStringLiteral("line") : QStringLiteral("lines"))
+        .arg(context.summary.size())
+        .arg(context.summary.size() == 1 ? QStringLiteral("character")
+                                         : QStringLiteral("characters"));
 }
 
 std::vector<OCRLine> relevantTextLines(const std::vector<OCRLine>& lines, const QString& query) {

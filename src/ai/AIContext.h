@@ -30,8 +30,9 @@ struct AIContext {
     static AIContext compact(const Inputs& inputs);
     static AIContext oneLine(const Inputs& inputs);
 
-    /// The console line written after building a context.
-    static QString logLine(QueryRoute route, const AIContext& context);
+    /// The console line written after building a context: the summary itself, or only its size
+    /// when the text on screen must not reach the log (passwords can be on screen).
+    static QString logLine(QueryRoute route, const AIContext& context, bool withText);
 };
 
 /// The OCR lines worth sending for a query: those sharing its keywords, best first, at most 12.

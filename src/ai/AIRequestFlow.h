@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ai/Directives.h"
 #include "ai/Routing.h"
 #include "ai/SensitiveText.h"
 #include "ai/VisionAnalysis.h"
@@ -15,8 +16,10 @@
 namespace vellumix {
 
 class AIService;
+struct AICommandResult;
 class CanvasDocument;
 class FontCatalogue;
+struct GeminiDetectionResult;
 class GeminiService;
 
 /// What a request works on: the canvas and the operations of its owner (the editor window, or
@@ -33,7 +36,7 @@ struct AIRequestHost {
     /// A request to redact sensitive text of these kinds, which no model sees: the owner marks
     /// it for the user to check (the window) or redacts it at once (the bundle command), then
     /// reports how many areas and whether they were redacted already. Without it, such requests
-    /// go to the model like any image edit.
+    /// fail: they are never sent anywhere.
     std::function<void(SensitiveKinds kinds, std::function<void(int count, bool applied)> done)>
         redactSensitiveText;
 };
@@ -62,6 +65,9 @@ public:
         const FontCatalogue* fonts = nullptr;
         /// Receives the route and context lines; standard output when empty.
         std::function<void(const QString&)> log;
+        /// Whether the context line prints the summary, with whatever text is on screen, or
+        /// only its size (`console::showsContextText`).
+        bool logContextText = false;
     };
 
     AIRequestFlow(Clients clients, AIRequestHost host, AIRequestListener listener);
@@ -83,24 +89,37 @@ public:
 
 private:
     struct Run;
-    void runLocal(const std::shared_ptr<Run>& run);
-    void runCloud(const std::shared_ptr<Run>& run);
-    void localRequest(const std::shared_ptr<Run>& run, QueryRoute route,
-                      std::optional<VisionAnalysis> analysis);
-    void cloudRequest(const std::shared_ptr<Run>& run, QueryRoute route);
-    void applyDirective(const std::shared_ptr<Run>& run, const AICanvasDirectivePublic& d);
-    /// Handles a redaction request without the model; false when the owner cannot.
-    bool redactInstead(const std::shared_ptr<Run>& run, QueryRoute route);
+    using RunPtr = std::shared_ptr<Run>;
+    // On this computer, without a model.
+    void redactLocally(const RunPtr& run);
+    // The local model.
+    void runLocal(const RunPtr& run);
+    void localRequest(const RunPtr& run, QueryRoute route, std::optional<VisionAnalysis> analysis);
+    void applyDirective(const AICanvasDirectivePublic& directive);
+    void applyFilter(const FilterDirectivePublic& filter);
+    // The cloud model (AIRequestFlow+Cloud.cpp).
+    void runCloud(const RunPtr& run);
+    void cloudRequest(const RunPtr& run, QueryRoute route);
+    void cloudQuestion(const RunPtr& run, const QImage& image);
+    void cloudImageEdit(const RunPtr& run, const QImage& image);
+    void cloudDetection(const RunPtr& run, const QImage& image);
+    QString applyDetection(const GeminiDetectionResult& result);
+    void cloudDone(const RunPtr& run, const QString& meta, bool emptyField);
+    // Shared steps.
     void log(const QString& line) const;
+    /// One line per box the commander dropped for lying off the image.
+    void logOutside(const AICommandResult& result) const;
     QString contextFor(QueryRoute route, const std::optional<VisionAnalysis>& analysis,
                        const QString& query) const;
-    void classified();
-    void fail(const std::shared_ptr<Run>& run, const QString& message);
+    void status(const QString& text) const;
+    void meta(const QString& markdown) const;
+    void respond(const QString& markdown) const;
+    void fail(const RunPtr& run, const QString& message);
     /// The canvas, or null once its owner has gone.
     CanvasDocument* hostCanvas() const;
     /// The owner went while the request ran: "Editor closed." and the end, nothing changed.
-    void endOwnerGone(std::shared_ptr<Run> run);
-    void finish(const std::shared_ptr<Run>& run, bool emptyField);
+    void endOwnerGone(const RunPtr& run);
+    void finish(const RunPtr& run, bool emptyField);
 
     Clients m_clients;
     AIRequestHost m_host;

@@ -1,5 +1,6 @@
 #include "AIService.h"
 
+#include "ai/ConsoleText.h"
 #include "ai/LocalModelRequests.h"
 #include "library/Settings.h"
 
@@ -149,9 +150,7 @@ private:
                 answer.body = std::exchange(m_body, {});
                 const auto error = reply->error();
                 if (m_tooLarge) {
-                    answer.transportError = LocalModelError{
-                        QStringLiteral("TooLarge"),
-                        QStringLiteral("The local model server's answer was too large.")};
+                    answer.transportError = localTooLargeError();
                 } else if (error != QNetworkReply::NoError && answer.status.value_or(200) == 200) {
                     // An HTTP error status keeps its body; anything else is a transport failure.
                     const bool timedOut = error == QNetworkReply::OperationCanceledError ||
@@ -290,9 +289,10 @@ AIService::classify(const QString& query, std::function<void(std::optional<Query
                              }
                          }
                          if (error) {
-                             runner->log(
-                                 QStringLiteral("[Vellumix] LLM classify failed: ") +
-                                 (error->description.isEmpty() ? error->type : error->description));
+                             runner->log(QStringLiteral("[Vellumix] LLM classify failed: ") +
+                                         console::excerpt(error->description.isEmpty()
+                                                              ? error->type
+                                                              : error->description));
                          }
                          runner->finish();
                          done(route);

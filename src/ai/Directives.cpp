@@ -1,5 +1,6 @@
 #include "Directives.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vellumix {
@@ -49,6 +50,19 @@ PixelRect rectOf(const AICanvasDirectivePublic& d) {
 }
 
 } // namespace
+
+std::optional<PixelRect> clampedToImage(const PixelRect& rect, QSize size) {
+    // Wide enough that no sum of two 64-bit values overflows.
+    __extension__ typedef __int128 Wide;
+    const Wide left = std::max<Wide>(rect.x, 0);
+    const Wide top = std::max<Wide>(rect.y, 0);
+    const Wide right = std::min<Wide>(Wide(rect.x) + rect.width, size.width());
+    const Wide bottom = std::min<Wide>(Wide(rect.y) + rect.height, size.height());
+    if (right - left < 1 || bottom - top < 1) {
+        return std::nullopt;
+    }
+    return PixelRect{qint64(left), qint64(top), qint64(right - left), qint64(bottom - top)};
+}
 
 AICanvasDirectivePublic AICanvasDirectivePublic::fromJson(const json& o) {
     AICanvasDirectivePublic d;

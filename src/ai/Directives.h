@@ -4,6 +4,7 @@
 #include "model/Fonts.h"
 #include "model/Result.h"
 
+#include <QSize>
 #include <QString>
 
 #include <array>
@@ -65,6 +66,11 @@ struct PixelRect {
     qint64 height = 0;
     friend bool operator==(const PixelRect&, const PixelRect&) = default;
 };
+
+/// The part of `rect` that lies on an image of `size`; none when not even a pixel of it does.
+/// A model's box can be anything (10^15 pixels wide, far off the picture): drawn as it came, it
+/// would grow the canvas without bound.
+std::optional<PixelRect> clampedToImage(const PixelRect& rect, QSize size);
 
 /// The styling a directive asks for; absent members come from the toolbar (create) or stay as
 /// they are (update).

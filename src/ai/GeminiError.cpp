@@ -1,5 +1,7 @@
 #include "GeminiError.h"
 
+#include "ConsoleText.h"
+
 namespace vellumix {
 
 GeminiError GeminiError::http(int statusCode, QString body) {
@@ -69,8 +71,9 @@ QString geminiErrorLogLine(const GeminiFailure& failure) {
     const QString type = std::holds_alternative<GeminiError>(failure)
                              ? QStringLiteral("GeminiError")
                              : QStringLiteral("NetworkError");
+    // An HTTP error's text holds the server's body.
     return QStringLiteral("[Vellumix] Gemini error: ") + type + QStringLiteral(" — ") +
-           ownDescription(failure);
+           console::excerpt(ownDescription(failure));
 }
 
 } // namespace vellumix

@@ -94,6 +94,41 @@ QUrl generateContentUrl(const QString& baseUrl, const QString& model) {
                 QStringLiteral(":generateContent"));
 }
 
+namespace {
+
+bool isLoopbackHost(const QString& host) {
+    if (host.compare(u"localhost", Qt::CaseInsensitive) == 0 || host == u"::1") {
+        return true;
+    }
+    // Dotted IPv4 in 127.0.0.0/8, written out in full.
+    const QStringList parts = host.split(u'.');
+    if (parts.size() != 4 || parts[0] != u"127") {
+        return false;
+    }
+    for (const QString& part : parts) {
+        bool number = false;
+        const int value = part.toInt(&number);
+        if (!number || value < 0 || value > 255 || part.startsWith(u'+')) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<QString> insecureBaseUrlReason(const QString& baseUrl) {
+    const QUrl url(baseUrl.trimmed(), QUrl::StrictMode);
+    const QString scheme = url.scheme().toLower();
+    if (url.isValid() && !url.host().isEmpty() &&
+        (scheme == u"https" || (scheme == u"http" && isLoopbackHost(url.host())))) {
+        return std::nullopt;
+    }
+    return QStringLiteral("The Gemini address must use https (plain http only to this "
+                          "computer), or the API key would travel in clear: %1")
+        .arg(url.toDisplayString(QUrl::RemoveUserInfo));
+}
+
 bool isSendableApiKey(const QString& apiKey) {
     for (const QChar c : apiKey) {
         if (c.unicode() < 0x20 || c.unicode() > 0x7E) {

@@ -24,6 +24,9 @@ inline constexpr qint64 maxResponseBytes = 64LL * 1024 * 1024;
 
 /// base + "/v1beta/models/{model}:generateContent"; a trailing "/" on the base is ignored.
 QUrl generateContentUrl(const QString& baseUrl, const QString& model);
+/// Why the key must not be sent to `baseUrl`, if it must not: the address has to use https, or
+/// plain http to this computer's loopback (the tests' servers), or the key would travel in clear.
+std::optional<QString> insecureBaseUrlReason(const QString& baseUrl);
 /// Whether a key can travel in a header unchanged (printable ASCII only).
 bool isSendableApiKey(const QString& apiKey);
 

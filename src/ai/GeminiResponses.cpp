@@ -1,11 +1,11 @@
 #include "GeminiResponses.h"
 
+#include "ConsoleText.h"
 #include "GeminiRequests.h"
 
 #include <QBuffer>
 #include <QImageReader>
 #include <QStringDecoder>
-#include <QTextBoundaryFinder>
 
 #include <algorithm>
 #include <cmath>
@@ -22,7 +22,6 @@ namespace {
 constexpr int maxJsonDepth = 256;
 // 8192 × 8192 pixels at 4 bytes each: larger than any image the models return.
 constexpr qint64 maxImageBytes = 256LL * 1024 * 1024;
-constexpr int previewCharacters = 400;
 
 bool nestsTooDeep(const QByteArray& text) {
     int depth = 0;
@@ -259,7 +258,7 @@ GeminiParsed<json> contentRoot(const std::optional<GeminiHttpAnswer>& answer,
             QStringLiteral("Non-JSON response (%1 bytes)").arg(answer->body.size());
         if (log) {
             log(QStringLiteral("[Gemini] ") + what + QStringLiteral(":\n") +
-                geminiBodyPreview(answer->body));
+                geminiBodyPreview(answer->body, console::serverTextLimit));
         }
         return GeminiError::decode(what);
     }
@@ -344,26 +343,12 @@ void rescaleFromGrid(QList<AICanvasDirectivePublic>& shapes, QSize imageSize,
 
 } // namespace
 
-QString geminiBodyPreview(const QByteArray& body) {
+QString geminiBodyPreview(const QByteArray& body, int characters) {
     const auto text = strictUtf8(body);
     if (!text) {
         return QStringLiteral("<%1 bytes binary>").arg(body.size());
     }
-    // Whole characters as a reader sees them; the window keeps a huge body from being scanned.
-    const QString window = text->left(previewCharacters * 32);
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, window);
-    qsizetype end = 0;
-    for (int i = 0; i < previewCharacters; ++i) {
-        const qsizetype next = finder.toNextBoundary();
-        if (next < 0) {
-            break;
-        }
-        end = next;
-    }
-    if (end >= text->size()) {
-        return *text;
-    }
-    return text->left(end) + QStringLiteral("…");
+    return console::excerpt(*text, characters);
 }
 
 GeminiError geminiResponseTooLarge() {
@@ -442,7 +427,8 @@ GeminiParsed<GeminiResult> parseImageEditResponse(const std::optional<GeminiHttp
         if (const auto message = stringMember(*error, "message")) {
             const auto code = integerMember(*error, "code");
             const QString codeText = code ? QStringLiteral(" %1").arg(*code) : QString();
-            say(QStringLiteral("[Gemini] API error") + codeText + QStringLiteral(": ") + *message);
+            say(QStringLiteral("[Gemini] API error") + codeText + QStringLiteral(": ") +
+                console::excerpt(*message));
             return GeminiError::decode(QStringLiteral("API error") + codeText +
                                        QStringLiteral(": ") + *message);
         }
@@ -450,15 +436,16 @@ GeminiParsed<GeminiResult> parseImageEditResponse(const std::optional<GeminiHttp
     if (const json* feedback = member(root, "promptFeedback")) {
         if (const auto reason = stringMember(*feedback, "blockReason")) {
             say(QStringLiteral("[Gemini] Prompt blocked: ") + *reason +
-                QStringLiteral(" — full feedback: ") + printed(*feedback));
+                QStringLiteral(" — full feedback: ") + console::excerpt(printed(*feedback)));
             return GeminiError::decode(QStringLiteral("Prompt blocked: ") + *reason);
         }
     }
     const json* candidate = firstCandidate(root);
     if (!candidate) {
         const QString keys = topLevelKeys(root);
-        say(QStringLiteral("[Gemini] No candidates in response. Top-level keys: ") + keys +
-            QStringLiteral("\nBody:\n") + geminiBodyPreview(answer->body));
+        say(QStringLiteral("[Gemini] No candidates in response. Top-level keys: ") +
+            console::excerpt(keys) + QStringLiteral("\nBody:\n") +
+            geminiBodyPreview(answer->body, console::serverTextLimit));
         return GeminiError::decode(QStringLiteral("No candidates returned (top-level keys: ") +
                                    keys + QLatin1Char(')'));
     }
@@ -480,7 +467,9 @@ GeminiParsed<GeminiResult> parseImageEditResponse(const std::optional<GeminiHttp
         if (!blocked.isEmpty()) {
             message += QStringLiteral(" — blocked: ") + blocked;
         }
-        say(QStringLiteral("[Gemini] Candidate without parts: ") + printed(*candidate));
+        // A part whose image would not decode still holds its data: never print that.
+        say(QStringLiteral("[Gemini] Candidate without parts: ") +
+            console::excerpt(printed(console::withoutImageData(*candidate))));
         return GeminiError::decode(message);
     }
     GeminiResult result;

@@ -74,9 +74,9 @@ GeminiParsed<GeminiDetectionResult>
 parseDetectionResponse(const std::optional<GeminiHttpAnswer>& answer, QSize imageSize,
                        const GeminiLog& log);
 
-/// The body as UTF-8 text cut to 400 characters ("…" appended when cut), or
+/// The body as UTF-8 text cut to `characters` characters ("…" appended when cut), or
 /// "<N bytes binary>" when it is not UTF-8.
-QString geminiBodyPreview(const QByteArray& body);
+QString geminiBodyPreview(const QByteArray& body, int characters = 400);
 /// The error for a body over `gemini::maxResponseBytes`.
 GeminiError geminiResponseTooLarge();
 

@@ -67,11 +67,15 @@ template <class T> GeminiOutcome<T> failureOutcome(const GeminiFailure& failure)
     return failure;
 }
 
-// A call that cannot be sent (no key, no picture, a key no header can carry) fails from the
-// event loop without touching the network; true when it did.
+// A call that cannot be sent (an address that would expose the key, no key, no picture, a key
+// no header can carry) fails from the event loop without touching the network; true when it did.
 template <class Runner>
-bool refusedBeforeSending(Runner& runner, const QString& apiKey, const QList<QImage>& images) {
-    if (apiKey.isEmpty()) {
+bool refusedBeforeSending(Runner& runner, const std::optional<QString>& insecureAddress,
+                          const QString& apiKey, const QList<QImage>& images) {
+    if (insecureAddress) {
+        runner.deliverSoon(
+            GeminiFailure{GeminiNetworkError{GeminiNetworkError::Kind::other, *insecureAddress}});
+    } else if (apiKey.isEmpty()) {
         runner.deliverSoon(GeminiFailure{GeminiError::missingKey()});
     } else if (images.isEmpty()) {
         runner.deliverSoon(GeminiFailure{GeminiError::decode(QStringLiteral("No images to send"))});
@@ -115,6 +119,7 @@ GeminiService::GeminiService(Options options)
         m_options.pngEncoder = encodePngWithQt;
     }
     m_textModelUrl = generateContentUrl(m_options.baseUrl, QString::fromLatin1(gemini::textModel));
+    m_insecureAddress = insecureBaseUrlReason(m_options.baseUrl);
 }
 
 GeminiService::~GeminiService() = default;
@@ -148,7 +153,7 @@ GeminiService::classifyQuery(const QString& apiKey, const QString& request,
         },
         [](const GeminiFailure&) { return GeminiClassifyResult{}; }, std::move(done));
     auto call = std::make_unique<GeminiCall>(runner);
-    if (apiKey.isEmpty() || !isSendableApiKey(apiKey)) {
+    if (m_insecureAddress || apiKey.isEmpty() || !isSendableApiKey(apiKey)) {
         runner->deliverSoon(GeminiClassifyResult{}); // nothing sent, duration 0
         return call;
     }
@@ -174,7 +179,7 @@ std::unique_ptr<GeminiCall> GeminiService::answerQuestion(
         },
         failureOutcome<GeminiResult>, std::move(done));
     auto call = std::make_unique<GeminiCall>(runner);
-    if (!refusedBeforeSending(*runner, apiKey, images)) {
+    if (!refusedBeforeSending(*runner, m_insecureAddress, apiKey, images)) {
         runner->send([images, prompt, systemInstruction, encode = m_options.pngEncoder] {
             const auto pngs = encodeAll(images, encode, nullptr);
             if (!pngs) {
@@ -207,7 +212,7 @@ GeminiService::generateImage(const QString& apiKey, const QList<QImage>& images,
         },
         failureOutcome<GeminiResult>, std::move(done));
     auto call = std::make_unique<GeminiCall>(runner);
-    if (!refusedBeforeSending(*runner, apiKey, images)) {
+    if (!refusedBeforeSending(*runner, m_insecureAddress, apiKey, images)) {
         runner->send([images, prompt, systemInstruction, encode = m_options.pngEncoder] {
             QStringList lines;
             const auto pngs = encodeAll(images, encode, &lines);
@@ -240,11 +245,7 @@ GeminiService::detectAnnotations(const QString& apiKey, const QImage& image, con
         },
         failureOutcome<GeminiDetectionResult>, std::move(done));
     auto call = std::make_unique<GeminiCall>(runner);
-    if (apiKey.isEmpty()) {
-        runner->deliverSoon(GeminiFailure{GeminiError::missingKey()});
-    } else if (!isSendableApiKey(apiKey)) {
-        runner->deliverSoon(GeminiFailure{unsendableKey()});
-    } else {
+    if (!refusedBeforeSending(*runner, m_insecureAddress, apiKey, {image})) {
         runner->send([image, prompt, encode = m_options.pngEncoder] {
             const auto png = encode(image);
             if (!png) {

@@ -98,6 +98,8 @@ private:
 
     Options m_options;
     QUrl m_textModelUrl;
+    /// Set when the base address would carry the key in clear: every call is refused.
+    std::optional<QString> m_insecureAddress;
     std::shared_ptr<QNetworkAccessManager> m_network;
 };
 

@@ -1,5 +1,6 @@
 #include "LocalModelResponses.h"
 
+#include "ai/ConsoleText.h"
 #include "ai/LocalModelRequests.h"
 
 #include <cmath>
@@ -119,8 +120,11 @@ QString localOperationLabel(QueryRoute route) {
 }
 
 QString localErrorLogLine(const QString& operation, const LocalModelError& error) {
-    return QStringLiteral("[Vellumix] AI ") + operation + QStringLiteral(" error: ") + error.type +
-           QStringLiteral(" — ") + error.description;
+    // Both parts can come from the server's body; together they stay within the limit.
+    constexpr int typeLimit = 40;
+    return QStringLiteral("[Vellumix] AI ") + operation + QStringLiteral(" error: ") +
+           console::excerpt(error.type, typeLimit) + QStringLiteral(" — ") +
+           console::excerpt(error.description, console::serverTextLimit - typeLimit);
 }
 
 QString localErrorUserText(const QString& operation, const LocalModelError& error) {
@@ -145,6 +149,11 @@ LocalModelError localHttpError(int status, const QByteArray& body) {
 
 LocalModelError localNetworkError(const QString& description) {
     return {QStringLiteral("NetworkError"), description};
+}
+
+LocalModelError localTooLargeError() {
+    return {QStringLiteral("TooLarge"),
+            QStringLiteral("The local model server's answer was too large.")};
 }
 
 LocalModelStatus localModelStatus(std::optional<int> httpStatus, const QByteArray& body) {
@@ -173,6 +182,15 @@ LocalModelStatus localModelStatus(std::optional<int> httpStatus, const QByteArra
 }
 
 bool ChatStreamDecoder::feed(const QByteArray& bytes) {
+    if (m_done || m_error) {
+        return false;
+    }
+    m_received += bytes.size();
+    if (m_received > localmodel::maxResponseBytes) {
+        m_error = localTooLargeError();
+        m_pending.clear();
+        return false;
+    }
     m_pending += bytes;
     bool grew = false;
     qsizetype newline;

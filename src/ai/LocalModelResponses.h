@@ -46,6 +46,8 @@ QString localErrorUserText(const QString& operation, const LocalModelError& erro
 /// native {"error":"…"}, or anything else.
 LocalModelError localHttpError(int status, const QByteArray& body);
 LocalModelError localNetworkError(const QString& description);
+/// An answer over `localmodel::maxResponseBytes`, whole or streamed.
+LocalModelError localTooLargeError();
 
 /// The server's state from its answer to GET /v1/models (no status: nothing answered), and
 /// the model to name in requests when it is ready.
@@ -58,7 +60,8 @@ LocalModelStatus localModelStatus(std::optional<int> httpStatus, const QByteArra
 
 /// Decodes a streamed chat completion (server-sent events) as its bytes arrive, in pieces of
 /// any size. Keeps the whole text so far; comment pings are ignored; a mid-stream error, in
-/// either the `data: {"error":…}` or the older `error: {…}` form, ends the stream.
+/// either the `data: {"error":…}` or the older `error: {…}` form, ends the stream, and so does
+/// a stream longer than `localmodel::maxResponseBytes` (one endless line would be kept whole).
 class ChatStreamDecoder {
 public:
     /// Returns whether the text grew.
@@ -76,6 +79,7 @@ private:
     bool handleData(const QByteArray& payload);
 
     QByteArray m_pending;
+    qint64 m_received = 0;
     QString m_text;
     std::optional<QString> m_finishReason;
     std::optional<LocalModelError> m_error;

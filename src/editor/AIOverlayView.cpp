@@ -2,6 +2,7 @@
 
 #include "model/Color.h"
 
+#include <QDesktopServices>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -21,6 +22,12 @@ namespace {
 constexpr int margin = 12;
 constexpr int panelMaxWidth = 640;
 constexpr int iconSide = 16;
+
+// GitHub's dialect, but "_x_" is emphasis as Markdown has it (Qt's dialect underlines it, md4c's
+// underline extension), and HTML in an answer shows as the text it is.
+constexpr int md4cUnderline = 0x4000;
+const QTextDocument::MarkdownFeatures markdownFeatures = QTextDocument::MarkdownFeatures::fromInt(
+    (QTextDocument::MarkdownDialectGitHub & ~md4cUnderline) | QTextDocument::MarkdownNoHTML);
 
 QColor tint(AIStatusKind kind) {
     switch (kind) {
@@ -90,7 +97,32 @@ QIcon closeIcon(const QColor& color) {
     return QIcon(pixmap);
 }
 
+// The answer's view. Whatever an answer names is never fetched: every picture resolves to one
+// transparent pixel (for a null one, Qt's text layout would read the named file itself), and
+// links are only reported, never followed inside the view.
+class AnswerView final : public QTextBrowser {
+public:
+    explicit AnswerView(QWidget* parent) : QTextBrowser(parent) {
+        setOpenLinks(false);
+        setOpenExternalLinks(false);
+    }
+
+    QVariant loadResource(int type, const QUrl&) override {
+        if (type == QTextDocument::ImageResource) {
+            QImage nothing(1, 1, QImage::Format_ARGB32);
+            nothing.fill(Qt::transparent);
+            return nothing;
+        }
+        return QByteArray();
+    }
+};
+
 } // namespace
+
+bool isOpenableAnswerLink(const QUrl& url) {
+    const QString scheme = url.scheme().toLower();
+    return url.isValid() && (scheme == u"https" || scheme == u"http") && !url.host().isEmpty();
+}
 
 AIStatusKind statusKindForText(const QString& text) {
     if (text == u"Done") {
@@ -172,8 +204,12 @@ AIOverlayView::AIOverlayView(QWidget* parent) : QWidget(parent) {
     header->addWidget(m_closeButton);
     column->addLayout(header);
 
-    m_textView = new QTextBrowser(this);
-    m_textView->setOpenExternalLinks(true);
+    m_textView = new AnswerView(this);
+    connect(m_textView, &QTextBrowser::anchorClicked, this, [](const QUrl& url) {
+        if (isOpenableAnswerLink(url)) {
+            QDesktopServices::openUrl(url);
+        }
+    });
     m_textView->setFrameShape(QFrame::NoFrame);
     m_textView->viewport()->setAutoFillBackground(false);
     m_textView->setStyleSheet(QStringLiteral("QTextBrowser { background: transparent; }"));
@@ -271,7 +307,7 @@ void AIOverlayView::render(bool scrollToEnd) {
             parts << *part;
         }
     }
-    m_textView->setMarkdown(parts.join(QStringLiteral("\n\n")));
+    m_textView->document()->setMarkdown(parts.join(QStringLiteral("\n\n")), markdownFeatures);
     if (scrollToEnd) {
         QScrollBar* bar = m_textView->verticalScrollBar();
         bar->setValue(bar->maximum());

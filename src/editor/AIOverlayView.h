@@ -8,6 +8,7 @@ class QLabel;
 class QPropertyAnimation;
 class QTextBrowser;
 class QToolButton;
+class QUrl;
 
 namespace vellumix {
 
@@ -19,9 +20,15 @@ enum class AIStatusKind { working, done, error, info };
 /// "Done" is done, a text beginning with "Error" is an error, anything else is work in progress.
 AIStatusKind statusKindForText(const QString& text);
 
+/// Whether a link in an answer may be opened: web pages only, never a local file or a program
+/// (a model's answer can be steered by text inside the screenshot).
+bool isOpenableAnswerLink(const QUrl& url);
+
 /// The assistant's translucent panel over the bottom of the editor's canvas: a status line with
 /// a spinner or icon, a close button, and the answer rendered as Markdown below it. It places
-/// itself along the bottom edge of its parent and follows the parent's size.
+/// itself along the bottom edge of its parent and follows the parent's size. Links open in the
+/// desktop's browser when `isOpenableAnswerLink` allows; pictures named in an answer are never
+/// loaded.
 class AIOverlayView final : public QWidget {
     Q_OBJECT
     Q_PROPERTY(int panelHeight READ panelHeight WRITE setPanelHeight)

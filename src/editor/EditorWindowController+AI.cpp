@@ -4,6 +4,7 @@
 #include "EditorWindowController.h"
 #include "SplitButtons.h"
 #include "ai/AIRequestFlow.h"
+#include "ai/ConsoleText.h"
 #include "ai/RequestTexts.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "library/Settings.h"
@@ -84,9 +85,12 @@ void EditorWindowController::buildAssistant() {
     listener.failed = [this](const QString& message) { m_aiOverlay->showFailure(message); };
     listener.finished = [this](bool emptyField) { aiRequestFinished(emptyField); };
     const AssistantServices& services = installedServices();
-    m_aiFlow = std::make_unique<AIRequestFlow>(
-        AIRequestFlow::Clients{services.gemini, services.localModel, &fontCatalogue(), {}},
-        std::move(host), std::move(listener));
+    m_aiFlow = std::make_unique<AIRequestFlow>(AIRequestFlow::Clients{services.gemini,
+                                                                      services.localModel,
+                                                                      &fontCatalogue(),
+                                                                      {},
+                                                                      console::showsContextText()},
+                                               std::move(host), std::move(listener));
 
     m_providerButton->setEnabled(true);
     m_providerButton->onClick = [this] { showAIProviderMenu(); };

@@ -3,6 +3,7 @@
 #include "canvas/CanvasDocument.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 
 using namespace vellumix;
 
@@ -79,6 +80,56 @@ TEST_F(CommanderTest, EmptyTextRectanglesAreSizedFromTheText) {
     EXPECT_EQ(text.color, canvas.style().fontColor);
     EXPECT_EQ(result.summary, QStringLiteral("Added 1 text label."));
     EXPECT_EQ(run({CreateTextCommand{"", {5, 5, 10, 10}, std::nullopt}}).failed, 1);
+}
+
+// A model's box is cut to the 800 × 600 image; one wholly off it is dropped and reported.
+TEST_F(CommanderTest, BoxesAreCutToTheImageAndThoseOffItDropped) {
+    constexpr qint64 huge = 1'000'000'000'000'000LL;
+    const struct {
+        PixelRect box;
+        std::optional<QRectF> drawn; // on the canvas; none when dropped
+    } cases[] = {
+        {{100, 100, 50, 40}, QRectF(120, 120, 50, 40)},
+        {{-30, 590, 60, 40}, QRectF(20, 610, 30, 10)},
+        {{0, 0, huge, huge}, QRectF(20, 20, 800, 600)},
+        {{-huge, -huge, 2 * huge, huge + 5}, QRectF(20, 20, 800, 5)},
+        {{std::numeric_limits<qint64>::max(), 10, std::numeric_limits<qint64>::max(), 10},
+         std::nullopt},
+        {{800, 10, 50, 50}, std::nullopt},
+        {{10, -60, 50, 60}, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        canvas.setAnnotationsWithoutUndo({});
+        const auto result = run({rect(c.box)});
+        const QString box = QStringLiteral("%1,%2 %3×%4")
+                                .arg(c.box.x)
+                                .arg(c.box.y)
+                                .arg(c.box.width)
+                                .arg(c.box.height);
+        if (c.drawn) {
+            ASSERT_EQ(canvas.annotations().size(), 1u) << box.toStdString();
+            EXPECT_EQ(at<ShapeAnnotation>(0).rect, *c.drawn) << box.toStdString();
+            EXPECT_TRUE(result.outside.empty());
+        } else {
+            EXPECT_TRUE(canvas.annotations().empty()) << box.toStdString();
+            ASSERT_EQ(result.outside.size(), 1u) << box.toStdString();
+            EXPECT_EQ(result.outside[0].box, c.box);
+            EXPECT_EQ(result.failed, 1);
+        }
+    }
+
+    // A label sized from its text, and a move: cut or dropped the same way; the batch goes on.
+    canvas.setAnnotationsWithoutUndo({});
+    run({rect({10, 10, 20, 20})});
+    const AnnotationID id = idOf(canvas.annotations()[0]);
+    const auto result = run({CreateTextCommand{"Far away", {5000, 5, 0, 0}, std::nullopt},
+                             UpdateCommand{id, std::nullopt, PixelRect{790, 590, 100, 100}},
+                             UpdateCommand{id, std::nullopt, PixelRect{900, 0, 10, 10}}});
+    EXPECT_EQ(result.updated.size(), 1u);
+    ASSERT_EQ(result.outside.size(), 2u);
+    EXPECT_EQ(result.outside[0].command, 0u);
+    EXPECT_EQ(result.outside[1].command, 2u);
+    EXPECT_EQ(at<ShapeAnnotation>(0).rect, QRectF(810, 610, 10, 10));
 }
 
 TEST_F(CommanderTest, UpdatesRestyleAndRefitByKind) {

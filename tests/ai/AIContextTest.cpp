@@ -90,8 +90,13 @@ TEST(AIContextForms, AnalysisSectionsOfTheFullForm) {
                              "  [40,70 200×14] \"body\"\n"
                              "Annotations: 0\n"
                              "Selected annotations: 0"));
-    EXPECT_EQ(AIContext::logLine(QueryRoute::question, AIContext{"x"}),
+    // The text only where a person watches; else its size, which says nothing of the screen.
+    EXPECT_EQ(AIContext::logLine(QueryRoute::question, AIContext{"x"}, true),
               QStringLiteral("[Vellumix] AI context (question):\nx\n---"));
+    EXPECT_EQ(AIContext::logLine(QueryRoute::question, AIContext{"pw: hunter2\nok"}, false),
+              QStringLiteral("[Vellumix] AI context (question): 2 lines, 14 characters"));
+    EXPECT_EQ(AIContext::logLine(QueryRoute::imageEdit, AIContext{"x"}, false),
+              QStringLiteral("[Vellumix] AI context (imageEdit): 1 line, 1 character"));
 }
 
 TEST(RelevantTextLines, KeywordsScoreAndStopWordsDoNot) {

@@ -150,8 +150,8 @@ TEST_F(AIRequestFlowTest, LocalQuestionIsRoutedLoggedAndStreamed) {
 
     EXPECT_EQ(events.statuses.front(), "Analyzing image…");
     EXPECT_EQ(events.statuses.back(), "Done");
-    // The classifying note goes once the route is known.
-    EXPECT_EQ(events.metas, QStringList({"_» Classifying your prompt…_", ""}));
+    // The classifying note stays above the answer.
+    EXPECT_EQ(events.metas, QStringList({"_» Classifying your prompt…_"}));
     ASSERT_GE(events.responses.size(), 1);
     EXPECT_EQ(last(events.responses), "It says Total $42.");
     EXPECT_TRUE(events.failures.isEmpty());
@@ -160,15 +160,18 @@ TEST_F(AIRequestFlowTest, LocalQuestionIsRoutedLoggedAndStreamed) {
 
     EXPECT_TRUE(logLines.contains("[Vellumix] AI route: llm=question fast=question → question  "
                                   "query=\"What does the label say?\""));
-    // The question's context carries the recognised text.
-    const auto context = std::find_if(logLines.begin(), logLines.end(), [](const QString& l) {
-        return l.startsWith("[Vellumix] AI context (question):");
-    });
-    ASSERT_NE(context, logLines.end());
-    EXPECT_TRUE(context->contains("Total $42"));
+    // The recognised text goes to the model; the console only hears how much of it there was.
     const auto chat = local.requests().back();
     EXPECT_TRUE(chat.body.contains("Total $42"));
     EXPECT_TRUE(chat.body.contains("What does the label say?"));
+    const auto context = std::find_if(logLines.begin(), logLines.end(), [](const QString& l) {
+        return l.startsWith("[Vellumix] AI context (question): ");
+    });
+    ASSERT_NE(context, logLines.end()) << logLines.join('\n').toStdString();
+    EXPECT_TRUE(context->endsWith(" characters")) << context->toStdString();
+    for (const QString& line : logLines) {
+        EXPECT_FALSE(line.contains("Total $42")) << line.toStdString();
+    }
 }
 
 TEST_F(AIRequestFlowTest, LocalAnnotationEditIsOneUndoStepAndARefusalChangesNothing) {
@@ -233,44 +236,62 @@ TEST_F(AIRequestFlowTest, LocalFilterGoesThroughTheImageOperationWithoutTheAnaly
         << events.failures.join("|").toStdString();
 }
 
-TEST_F(AIRequestFlowTest, RedactionRequestsGoToTheOwnerAndNeverToAModelForTheEdit) {
-    // Local: the model only routes the request.
+// Redaction requests never reach a model of any kind, not even its classifier: the request's
+// words, and whatever a classifier might answer, would otherwise decide whether the picture
+// with the secrets is sent.
+TEST_F(AIRequestFlowTest, RedactionRequestsAreServedWithoutAnyRequestLeaving) {
     serveLocal("imageEdit", Response::json(500, R"({"error":{"message":"not expected"}})"));
-    redactionsFound = 2;
-    flow->start(AIProvider::localModel,
-                QStringLiteral("redact the email addresses and phone numbers"), std::nullopt);
-    ASSERT_TRUE(awaitFinish());
-    EXPECT_TRUE(events.failures.isEmpty()) << last(events.failures).toStdString();
-    EXPECT_EQ(redactedKinds, SensitiveKinds(SensitiveKind::email | SensitiveKind::phoneNumber));
-    EXPECT_EQ(last(events.responses), "Marked 2 areas to redact: check them and choose Apply.");
-    EXPECT_EQ(last(events.statuses), "Done");
+    serveCloud("annotationEdit", Response::json(500, "not expected"));
+    const struct {
+        AIProvider provider;
+        const char* query;
+        SensitiveKinds kinds;
+        int found;
+        bool applied;
+        const char* response;
+    } cases[] = {
+        {AIProvider::localModel, "redact the email addresses and phone numbers",
+         SensitiveKind::email | SensitiveKind::phoneNumber, 2, false,
+         "Marked 2 areas to redact: check them and choose Apply."},
+        {AIProvider::googleGeminiFlash, "redact the email addresses", SensitiveKind::email, 1, true,
+         "Redacted 1 area."},
+        {AIProvider::googleGeminiPro, "censor this screenshot", allSensitiveKinds, 0, false,
+         "No sensitive text found."},
+    };
+    for (const auto& c : cases) {
+        events = {};
+        redactedKinds.reset();
+        redactionsFound = c.found;
+        redactionsApplied = c.applied;
+        flow->start(c.provider, QString::fromUtf8(c.query), key);
+        ASSERT_TRUE(awaitFinish()) << c.query;
+        EXPECT_TRUE(events.failures.isEmpty()) << last(events.failures).toStdString();
+        EXPECT_EQ(redactedKinds, c.kinds) << c.query;
+        EXPECT_EQ(last(events.responses), c.response);
+        EXPECT_EQ(last(events.statuses), "Done");
+    }
+    QTest::qWait(50);
+    EXPECT_TRUE(local.requests().isEmpty());
+    EXPECT_TRUE(cloud.requests().isEmpty());
     EXPECT_TRUE(filters.isEmpty());
 
-    // Cloud: the picture never goes out for an image edit; without a kind named, all of them.
+    // An owner that cannot redact refuses: the request goes nowhere else either.
+    AIRequestListener listener;
+    listener.failed = [this](const QString& s) { events.failures << s; };
+    listener.finished = [this](bool empty) { events.finished << empty; };
+    AIRequestFlow bare({geminiService.get(), localService.get(), &fonts, {}}, {}, listener);
     events = {};
-    redactedKinds.reset();
-    redactionsFound = 1;
-    redactionsApplied = true;
-    serveCloud("imageEdit", Response::json(500, "not expected"));
-    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("censor this screenshot"), key);
+    bare.start(AIProvider::googleGeminiFlash, QStringLiteral("hide my card number"), key);
     ASSERT_TRUE(awaitFinish());
-    EXPECT_EQ(redactedKinds, allSensitiveKinds);
-    EXPECT_EQ(last(events.responses), "Redacted 1 area.");
-    for (const auto& request : cloud.requests()) {
-        EXPECT_FALSE(request.target.contains("image")) << request.target.constData();
-    }
+    EXPECT_EQ(events.failures, QStringList{"Redaction isn't available here."});
+    EXPECT_TRUE(cloud.requests().isEmpty());
 
-    // Nothing found; and an image edit that redacts nothing still goes to the model.
+    // An image edit that redacts nothing still goes to the model.
     events = {};
-    redactionsFound = 0;
     serveLocal("imageEdit", Response::json(200, completion(R"({\"shouldApply\":true,)"
                                                            R"(\"kind\":\"sharpen\",)"
                                                            R"(\"strength\":0.5,)"
                                                            R"(\"summary\":\"Sharper.\"})")));
-    flow->start(AIProvider::localModel, QStringLiteral("hide my card number"), std::nullopt);
-    ASSERT_TRUE(awaitFinish());
-    EXPECT_EQ(last(events.responses), "No sensitive text found.");
-    events = {};
     flow->start(AIProvider::localModel, QStringLiteral("sharpen the photo"), std::nullopt);
     ASSERT_TRUE(awaitFinish());
     EXPECT_EQ(last(events.responses), "Sharper.");
@@ -295,7 +316,9 @@ TEST_F(AIRequestFlowTest, CloudDetectionBatchIsOneStepWithItsTextAndMetaLine) {
                        R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":10,)"
                        R"(\"y\":50,\"width\":60,\"height\":20,\"summary\":\"button\"},)"
                        R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"oval\",\"x\":200,)"
-                       R"(\"y\":100,\"width\":50,\"height\":50,\"summary\":\"\"}])")));
+                       R"(\"y\":100,\"width\":50,\"height\":50,\"summary\":\"\"},)"
+                       R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":900,)"
+                       R"(\"y\":10,\"width\":50,\"height\":50,\"summary\":\"ghost\"}])")));
     flow->start(AIProvider::googleGeminiFlash, QStringLiteral("box every control"), key);
     ASSERT_TRUE(awaitFinish());
     ASSERT_TRUE(events.failures.isEmpty()) << events.failures.join("|").toStdString();
@@ -303,12 +326,15 @@ TEST_F(AIRequestFlowTest, CloudDetectionBatchIsOneStepWithItsTextAndMetaLine) {
     EXPECT_EQ(events.finished, QList<bool>{true});
     EXPECT_EQ(events.statuses.front(), "Classifying your prompt…");
     EXPECT_EQ(events.statuses.back(), "Done");
-    ASSERT_EQ(events.metas.size(), 3);
+    // The classifying note until the result's own line takes its place.
+    ASSERT_EQ(events.metas.size(), 2);
     EXPECT_EQ(events.metas[0], "_» Classifying your prompt…_");
-    EXPECT_EQ(events.metas[1], "");
     EXPECT_TRUE(
-        events.metas[2].startsWith("gemini-3.5-flash: 1,350 tokens (1,301 in + 11 out) · ↓ "))
-        << events.metas[2].toStdString();
+        events.metas[1].startsWith("gemini-3.5-flash: 1,350 tokens (1,301 in + 11 out) · ↓ "))
+        << events.metas[1].toStdString();
+    // The box off the 400 × 300 picture is dropped, with its line.
+    EXPECT_TRUE(logLines.contains("[Vellumix] AI box off the image dropped: [900,10 50×50]"))
+        << logLines.join('\n').toStdString();
     EXPECT_TRUE(logLines.contains("[Vellumix] Gemini route: llm=annotationEdit fast=nil → "
                                   "annotationEdit  query=\"box every control\""));
     EXPECT_EQ(canvas.annotations().size(), 3u);

@@ -19,6 +19,33 @@ TEST(GeminiRequests, UrlPathAndSendableKeys) {
     EXPECT_FALSE(isSendableApiKey("schlüssel"));
 }
 
+TEST(GeminiRequests, TheKeyTravelsOnlyOverHttpsOrToThisComputer) {
+    const struct {
+        const char* url;
+        bool allowed;
+    } cases[] = {
+        {"https://generativelanguage.googleapis.com", true},
+        {"HTTPS://proxy.example.org:8443/gemini/", true},
+        {"http://127.0.0.1:9", true},
+        {"http://127.45.0.3", true},
+        {"http://localhost:8080", true},
+        {"http://[::1]:9", true},
+        {"http://generativelanguage.googleapis.com", false},
+        {"http://192.168.1.5:8080", false},
+        {"http://127.0.0.1.evil.example", false},
+        {"http://127.0.0.1@evil.example", false}, // the loopback is only the user name
+        {"ftp://127.0.0.1", false},
+        {"127.0.0.1:9", false},
+        {"", false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(!insecureBaseUrlReason(c.url).has_value(), c.allowed) << c.url;
+    }
+    EXPECT_EQ(insecureBaseUrlReason("http://user:pw@proxy.example:80"),
+              "The Gemini address must use https (plain http only to this computer), or the API "
+              "key would travel in clear: http://proxy.example:80");
+}
+
 TEST(GeminiRequests, StatusTextsAndImageLogLine) {
     EXPECT_EQ(sendingStatus(1, 12288), "Sending image: ↑ 12 KB…");
     EXPECT_EQ(sendingStatus(2, 1536000), "Sending image & annotations: ↑ 1,500 KB…");

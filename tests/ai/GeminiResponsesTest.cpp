@@ -1,5 +1,7 @@
 #include "ai/GeminiResponses.h"
 
+#include "ai/GeminiError.h"
+
 #include <QBuffer>
 #include <QImageWriter>
 
@@ -184,6 +186,32 @@ TEST(GeminiImageEdit, RefusalsAreExplainedAndLogged) {
     EXPECT_EQ(log.lines[3], "[Gemini] No candidates in response. Top-level keys: modelVersion, "
                             "usageMetadata\nBody:\n{\"usageMetadata\":{},\"modelVersion\":\"m\"}");
     EXPECT_EQ(log.lines[4], "[Gemini] Non-JSON response (17 bytes):\n<html>oops</html>");
+}
+
+// The console ends up in the journal: no image data there, and only an excerpt of any body.
+TEST(GeminiImageEdit, LogLinesCarryNoImageDataAndOnlyAnExcerptOfTheBody) {
+    Lines log;
+    const std::string data(5000, 'A'); // base64 of zeros: no image decodes from it
+    const std::string message(1000, 'm');
+    parseImageEditResponse(ok(QByteArray::fromStdString(
+                               R"({"candidates":[{"content":{"parts":[{"inlineData":{"data":")" +
+                               data + R"("}}]},"finishReason":"OTHER"}]})")),
+                           log.sink());
+    parseImageEditResponse(
+        ok(QByteArray::fromStdString(R"({"error":{"code":500,"message":")" + message + R"("}})")),
+        log.sink());
+    parseImageEditResponse(ok(QByteArray(1000, 'x')), log.sink());
+    log.lines << geminiErrorLogLine(GeminiError::http(500, QString(1000, u'b')));
+    ASSERT_EQ(log.lines.size(), 4);
+    EXPECT_TRUE(log.lines[0].contains("\"data\":\"<5000 characters>\""))
+        << log.lines[0].toStdString();
+    for (const QString& line : log.lines) {
+        EXPECT_FALSE(line.contains("AAAA")) << line.toStdString();
+        // The letters of the fixed words aside, at most 200 of the body's.
+        for (const QChar c : {u'm', u'x', u'b'}) {
+            EXPECT_LE(line.count(c), 200 + 10) << line.toStdString();
+        }
+    }
 }
 
 TEST(GeminiBodyPreview, CutsAtFourHundredCharactersOrNamesTheBytes) {

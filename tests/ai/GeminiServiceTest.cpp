@@ -215,6 +215,26 @@ TEST_F(GeminiServiceTest, TheKeyNeverFollowsARedirectNorBreaksTheHeader) {
     EXPECT_EQ(server.requests()[0].target, "/v1beta/models/gemini-3.5-flash:generateContent");
 }
 
+TEST_F(GeminiServiceTest, AnAddressThatWouldCarryTheKeyInClearIsNeverCalled) {
+    options.baseUrl = QStringLiteral("http://generativelanguage.googleapis.com");
+    const QList<QImage> image{filled(QSize(2, 2), Qt::black)};
+    std::optional<GeminiClassifyResult> classified;
+    std::optional<GeminiOutcome<GeminiResult>> answered, edited;
+    std::optional<GeminiOutcome<GeminiDetectionResult>> detected;
+    auto a = service().classifyQuery(apiKey, "q", [&](GeminiClassifyResult r) { classified = r; });
+    auto b = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
+                                      [&](GeminiOutcome<GeminiResult> o) { answered = o; });
+    auto c = service().generateImage(apiKey, image, "q", std::nullopt, "m", {},
+                                     [&](GeminiOutcome<GeminiResult> o) { edited = o; });
+    auto d = service().detectAnnotations(
+        apiKey, image[0], "q", {}, [&](GeminiOutcome<GeminiDetectionResult> o) { detected = o; });
+    EXPECT_EQ(await(classified).mode, std::nullopt);
+    const QString refusal = *insecureBaseUrlReason(options.baseUrl);
+    EXPECT_EQ(failureText(await(answered)), refusal);
+    EXPECT_EQ(failureText(await(edited)), refusal);
+    EXPECT_EQ(failureText(await(detected)), refusal);
+}
+
 TEST_F(GeminiServiceTest, ImageEditTakesTheFirstOfTwoImagesAndTellsEachStage) {
     const auto base64 = [](QSize size, QColor color) {
         QByteArray png;

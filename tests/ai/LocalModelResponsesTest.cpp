@@ -1,5 +1,7 @@
 #include "ai/LocalModelResponses.h"
 
+#include "ai/LocalModelRequests.h"
+
 #include <gtest/gtest.h>
 
 using namespace vellumix;
@@ -39,6 +41,9 @@ TEST(LocalModelErrors, ConsoleAndUserTexts) {
     EXPECT_EQ(localErrorUserText("annotation-edit", {"server_error", ""}),
               QStringLiteral("Local model annotation-edit failed (server_error). Try rephrasing "
                              "the prompt."));
+    // What a server said reaches the console as an excerpt only.
+    const QString line = localErrorLogLine("Q&A", {QString(300, u't'), QString(300, u'd')});
+    EXPECT_EQ(line.count(u't') + line.count(u'd'), 200) << line.toStdString();
     EXPECT_EQ(localOperationLabel(QueryRoute::imageEdit), QStringLiteral("image-edit"));
     EXPECT_EQ(localOperationLabel(QueryRoute::annotationEdit), QStringLiteral("annotation-edit"));
     EXPECT_EQ(localOperationLabel(QueryRoute::question), QStringLiteral("Q&A"));
@@ -130,6 +135,19 @@ TEST(ChatStream, CutOffUnfinishedAndEmptyStreamsFail) {
     empty.feed("data: [DONE]\n\n");
     EXPECT_EQ(empty.endOfStream(),
               (LocalModelError{"EmptyAnswer", "The local model returned no answer."}));
+}
+
+TEST(ChatStream, AnEndlessStreamStopsAtTheCapOfTheWholeAnswers) {
+    ChatStreamDecoder decoder;
+    decoder.feed(chunk("Hi"));
+    const QByteArray piece(1024 * 1024, 'x'); // one line that never ends
+    for (qint64 fed = 0; fed <= localmodel::maxResponseBytes; fed += piece.size()) {
+        decoder.feed(piece);
+    }
+    EXPECT_EQ(decoder.text(), QStringLiteral("Hi"));
+    EXPECT_EQ(decoder.endOfStream(), localTooLargeError());
+    EXPECT_EQ(localTooLargeError().description,
+              QStringLiteral("The local model server's answer was too large."));
 }
 
 TEST(LocalStructuredAnswers, ValidDirectiveIsRead) {

@@ -7,10 +7,13 @@
 #include "editor/RedactionMarks.h"
 #include "editor/SplitButtons.h"
 
+#include <QDesktopServices>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPainter>
+#include <QScopeGuard>
 #include <QScrollBar>
+#include <QTemporaryDir>
 #include <QTextBlock>
 #include <QTextBrowser>
 #include <QTextList>
@@ -21,6 +24,23 @@ using Response = FakeHttpServer::Response;
 namespace {
 
 using namespace vellumix::test;
+
+// Stands in for the desktop's browser and file opener: records what the panel hands over.
+class OpenedUrls : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public slots:
+    void open(const QUrl& url) { urls << url; }
+};
+
+// Where a link's text sits in the answer view, in its viewport.
+QPoint linkPoint(QTextBrowser* view, const QString& text) {
+    const QTextCursor found = view->document()->find(text);
+    QTextCursor middle(view->document());
+    middle.setPosition((found.selectionStart() + found.selectionEnd()) / 2);
+    return view->cursorRect(middle).center();
+}
 
 // Where the screenshots of the panel go, for a person to look at.
 QString shotPath(const QString& name) {
@@ -162,12 +182,14 @@ TEST_F(AIPanelTest, AQuestionStreamsIntoThePanelAsMarkdown) {
     ASSERT_TRUE(awaitStatus(QStringLiteral("Done")));
     EXPECT_EQ(panel()->statusKind(), AIStatusKind::done);
     EXPECT_FALSE(panel()->isSpinning());
-    // Markdown, rendered: the emphasis marks gone, the dashes turned into a list.
-    EXPECT_EQ(panel()->shownText(), "The receipt totals $42.\npaid by card\non 3 May");
+    // Markdown, rendered: the emphasis marks gone, the dashes turned into a list; the
+    // classifying note stays above the answer.
+    EXPECT_EQ(panel()->shownText(),
+              "» Classifying your prompt…\nThe receipt totals $42.\npaid by card\non 3 May");
     const QTextDocument* shown = panel()->findChild<QTextBrowser*>()->document();
-    EXPECT_EQ(shown->findBlockByNumber(0).textList(), nullptr);
-    ASSERT_NE(shown->findBlockByNumber(1).textList(), nullptr);
-    EXPECT_EQ(shown->findBlockByNumber(1).textList()->count(), 2);
+    EXPECT_EQ(shown->findBlockByNumber(1).textList(), nullptr);
+    ASSERT_NE(shown->findBlockByNumber(2).textList(), nullptr);
+    EXPECT_EQ(shown->findBlockByNumber(2).textList()->count(), 2);
     EXPECT_TRUE(field()->isEnabled());
     EXPECT_EQ(field()->text(), "  What does the receipt say?  ");
     EXPECT_EQ(settings.promptHistory(), QStringList{"What does the receipt say?"});
@@ -214,7 +236,7 @@ TEST_F(AIPanelTest, ImageEditsReplaceThePictureOrFilterIt) {
                                                            R"(\"summary\":\"Brighter.\"})")));
     ask(QStringLiteral("brighten it"));
     ASSERT_TRUE(awaitStatus(QStringLiteral("Done")));
-    EXPECT_EQ(panel()->shownText(), "Brighter.");
+    EXPECT_EQ(panel()->shownText(), "» Classifying your prompt…\nBrighter.");
     EXPECT_GT(qGray(doc().image().pixel(50, 50)), 100);
     EXPECT_EQ(doc().undoStack().undoText(), "Apply Brightness (AI)");
 
@@ -233,7 +255,7 @@ TEST_F(AIPanelTest, ImageEditsReplaceThePictureOrFilterIt) {
     EXPECT_TRUE(cloud.requests().back().target.contains("gemini-3-pro-image"));
 }
 
-TEST_F(AIPanelTest, ARedactionRequestProposesTheSecretsWithoutAskingTheModelForAnEdit) {
+TEST_F(AIPanelTest, ARedactionRequestProposesTheSecretsAndSendsNothingToTheCloud) {
     QImage picture(640, 160, QImage::Format_RGB32);
     picture.fill(Qt::white);
     {
@@ -245,21 +267,69 @@ TEST_F(AIPanelTest, ARedactionRequestProposesTheSecretsWithoutAskingTheModelForA
         p.drawText(QPoint(30, 60), QStringLiteral("Write to jane.doe@example.com or call"));
         p.drawText(QPoint(30, 120), QStringLiteral("Server 192.168.10.24 is up"));
     }
-    openWindow(AIProvider::localModel, picture);
-    // Only the route is the model's: an edit it was asked for would fail the request.
-    serveLocal("imageEdit", Response::json(500, R"({"error":{"message":"not expected"}})"));
+    openWindow(AIProvider::googleGeminiFlash, picture);
+    // A cloud whose classifier would route the request to a detection, which carries the
+    // picture with the very addresses.
+    serveCloud("annotationEdit", Response::json(200, geminiText("[]")));
     ask(QStringLiteral("redact the email addresses"));
     ASSERT_TRUE(awaitStatus(QStringLiteral("Done"), 20000)) << panel()->shownText().toStdString();
     EXPECT_EQ(panel()->shownText(), "Marked 1 area to redact: check it and choose Apply.");
-    for (const auto& request : local.requests()) {
-        EXPECT_FALSE(request.body.contains("FilterDirective")) << request.body.constData();
-    }
+    EXPECT_TRUE(cloud.requests().isEmpty()) << cloud.requests().front().body.left(200).constData();
     // The session is open with the proposal to check; nothing is hidden yet.
     EXPECT_EQ(doc().activeTool(), Tool::editImage);
     ASSERT_EQ(window->redactionMarks().marks().size(), 1u);
     EXPECT_EQ(window->redactionMarks().marks()[0].label, "Email address");
     EXPECT_EQ(doc().image(), picture.convertToFormat(doc().image().format()));
     EXPECT_TRUE(field()->isEnabled());
+}
+
+// An answer can be steered by text in the screenshot: its links open only as web pages in the
+// browser, and the pictures and files it names are never loaded.
+TEST_F(AIPanelTest, AnswerLinksOpenOnlyAsWebPagesAndNamedPicturesAreNotLoaded) {
+    QTemporaryDir dir;
+    QImage magenta(60, 30, QImage::Format_RGB32);
+    magenta.fill(QColor(255, 0, 255));
+    const QString picture = dir.filePath(QStringLiteral("secret.png"));
+    ASSERT_TRUE(magenta.save(picture));
+    OpenedUrls opened;
+    const QStringList schemes{"http", "https", "file", "javascript", "mailto"};
+    for (const QString& scheme : schemes) {
+        QDesktopServices::setUrlHandler(scheme, &opened, "open");
+    }
+    const auto unset = qScopeGuard([&schemes] {
+        for (const QString& scheme : schemes) {
+            QDesktopServices::unsetUrlHandler(scheme);
+        }
+    });
+    openWindow(AIProvider::localModel);
+    const QByteArray answer = "[web](https://example.org/a) [plain](http://example.org/b) "
+                              "[file](file:///etc/passwd) [script](javascript:alert(1)) "
+                              "[mail](mailto:a@example.org) [relative](notes.txt)\\n\\n![p](" +
+                              picture.toUtf8() + ") ![q](file://" + picture.toUtf8() +
+                              ") <img src=\\\"" + picture.toUtf8() + "\\\">";
+    Response stream;
+    stream.headers = {{"Content-Type", "text/event-stream"}};
+    stream.chunks = {sse(answer.constData(), "\"stop\""), "data: [DONE]\n\n"};
+    serveLocal("question", stream);
+    ask(QStringLiteral("where can I read more?"));
+    ASSERT_TRUE(awaitStatus(QStringLiteral("Done")));
+
+    auto* view = panel()->findChild<QTextBrowser*>();
+    for (const char* link : {"web", "plain", "file", "script", "mail", "relative"}) {
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, linkPoint(view, link));
+    }
+    EXPECT_EQ(opened.urls,
+              (QList<QUrl>{QUrl("https://example.org/a"), QUrl("http://example.org/b")}));
+    EXPECT_EQ(view->source(), QUrl());
+    // HTML shows as text; no pixel of the picture is drawn.
+    EXPECT_TRUE(panel()->shownText().contains("<img")) << panel()->shownText().toStdString();
+    shoot(QStringLiteral("ai-panel-links"));
+    const QImage shown = panel()->grab().toImage();
+    for (int y = 0; y < shown.height(); ++y) {
+        for (int x = 0; x < shown.width(); ++x) {
+            ASSERT_NE(shown.pixelColor(x, y), QColor(255, 0, 255)) << x << "," << y;
+        }
+    }
 }
 
 TEST_F(AIPanelTest, EveryKindOfFailureShowsInThePanel) {
@@ -308,7 +378,7 @@ TEST_F(AIPanelTest, ClosingTheWindowMidRequestChangesNothing) {
     QTest::qWait(100);
     QTest::keyClick(window.get(), Qt::Key_W, Qt::ControlModifier);
     EXPECT_FALSE(window->isVisible());
-    EXPECT_EQ(panel()->shownText(), "Editor closed.");
+    EXPECT_EQ(panel()->shownText(), "» Classifying your prompt…\nEditor closed.");
     QTest::qWait(600);
     EXPECT_TRUE(doc().annotations().empty());
     EXPECT_EQ(doc().undoStack().count(), 0);
@@ -401,3 +471,5 @@ TEST_F(AIPanelTest, TheInfoButtonShowsTheTipsAndEscapeOrCloseHidesThePanel) {
 }
 
 } // namespace vellumix
+
+#include "AIPanelTest.moc"

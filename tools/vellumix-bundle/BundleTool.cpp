@@ -5,6 +5,7 @@
 #include "ai/AIContext.h"
 #include "ai/AIRequestFlow.h"
 #include "ai/AIService.h"
+#include "ai/ConsoleText.h"
 #include "ai/GeminiService.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationRenderer.h"
@@ -23,6 +24,8 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+
+#include <unistd.h>
 
 namespace vellumix {
 
@@ -290,13 +293,12 @@ std::optional<QString> storedApiKey() {
     return ApiKeyStore(keychain).apiKey();
 }
 
-int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
-    const QString bundlePath = args[0];
-    const QString query = args[1].trimmed();
+// The provider named by `--provider`, else the stored one; none for a malformed command line.
+std::optional<AIProvider> askProvider(const QStringList& args) {
     AIProvider provider = Settings::shared().aiProvider();
     for (qsizetype i = 2; i < args.size(); ++i) {
         if (args[i] != u"--provider" || i + 1 >= args.size()) {
-            return usage(err);
+            return std::nullopt;
         }
         const QString name = args[++i];
         if (name == u"gemini-flash") {
@@ -306,39 +308,23 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
         } else if (name == u"local") {
             provider = AIProvider::localModel;
         } else {
-            return usage(err);
+            return std::nullopt;
         }
     }
-    if (query.isEmpty()) {
-        return usage(err);
-    }
-    CanvasDocument canvas;
-    if (!loadCanvas(bundlePath, canvas, err)) {
-        return failure;
-    }
-    const QImage original = canvas.image();
+    return provider;
+}
 
-    // Console lines go to standard error: standard output carries only the answer.
-    const auto log = [&err](const QString& line) { err << line << Qt::endl; };
-    GeminiService::Options cloudOptions;
-    cloudOptions.baseUrl = GeminiService::defaultBaseUrl();
-    cloudOptions.log = log;
-    GeminiService gemini(cloudOptions);
-    AIService::Options localOptions;
-    localOptions.baseUrls = AIService::defaultBaseUrls();
-    localOptions.log = log;
-    AIService local(localOptions);
-    const QtFontCatalogue fonts;
-
+// The bundle's canvas as the request flow works on it, with no window to check results in.
+AIRequestHost askHost(CanvasDocument& canvas) {
     AIRequestHost host;
     host.canvas = [&canvas] { return &canvas; };
     // One analysis per picture: a request may want it twice.
-    std::optional<std::pair<qint64, VisionAnalysis>> analysed;
-    const auto analysis = [&canvas, &analysed]() -> const VisionAnalysis& {
-        if (!analysed || analysed->first != canvas.image().cacheKey()) {
-            analysed.emplace(canvas.image().cacheKey(), VisionAnalyzer::analyze(canvas.image()));
+    auto analysed = std::make_shared<std::optional<std::pair<qint64, VisionAnalysis>>>();
+    const auto analysis = [&canvas, analysed]() -> const VisionAnalysis& {
+        if (!*analysed || (*analysed)->first != canvas.image().cacheKey()) {
+            analysed->emplace(canvas.image().cacheKey(), VisionAnalyzer::analyze(canvas.image()));
         }
-        return analysed->second;
+        return (*analysed)->second;
     };
     host.analysis = [analysis](std::function<void(const VisionAnalysis&)> receiver) {
         receiver(analysis());
@@ -376,6 +362,50 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
                                 QString::fromLatin1(imageops::assistantImageActionName));
         }
     };
+    return host;
+}
+
+// Writes back what a request changed: the picture only when it is another one.
+Status saveAskResult(const CanvasDocument& canvas, const QImage& original,
+                     const QString& bundlePath) {
+    const BundleServices services = platformBundleServices();
+    Status saved = canvas.image() == original
+                       ? Status(std::monostate())
+                       : bundle::refreshImage(canvas.image(), bundlePath, services);
+    if (saved) {
+        saved = bundle::writeAnnotations(canvas.annotations(), bundlePath, services);
+    }
+    if (saved) {
+        saved = bundle::writePreviews(canvas.image(), canvas.annotations(), bundlePath, services);
+    }
+    return saved;
+}
+
+int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
+    const QString bundlePath = args[0];
+    const QString query = args[1].trimmed();
+    const std::optional<AIProvider> provider = askProvider(args);
+    if (!provider || query.isEmpty()) {
+        return usage(err);
+    }
+    CanvasDocument canvas;
+    if (!loadCanvas(bundlePath, canvas, err)) {
+        return failure;
+    }
+    const QImage original = canvas.image();
+
+    // Console lines go to standard error: standard output carries only the answer.
+    const auto log = [&err](const QString& line) { err << line << Qt::endl; };
+    GeminiService::Options cloudOptions;
+    cloudOptions.baseUrl = GeminiService::defaultBaseUrl();
+    cloudOptions.log = log;
+    GeminiService gemini(cloudOptions);
+    AIService::Options localOptions;
+    localOptions.baseUrls = AIService::defaultBaseUrls();
+    localOptions.log = log;
+    AIService local(localOptions);
+    const QtFontCatalogue fonts;
+
     QString answer;
     std::optional<QString> failedWith;
     QEventLoop loop;
@@ -383,9 +413,10 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
     listener.response = [&answer](const QString& text) { answer = text; };
     listener.failed = [&failedWith](const QString& text) { failedWith = text; };
     listener.finished = [&loop](bool) { loop.quit(); };
-    AIRequestFlow flow({&gemini, &local, &fonts, log}, host, listener);
+    AIRequestFlow flow({&gemini, &local, &fonts, log, console::showsContextText(STDERR_FILENO)},
+                       askHost(canvas), listener);
 
-    flow.start(provider, query, isCloudProvider(provider) ? storedApiKey() : std::nullopt);
+    flow.start(*provider, query, isCloudProvider(*provider) ? storedApiKey() : std::nullopt);
     if (flow.isRunning()) {
         loop.exec();
     }
@@ -394,18 +425,7 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
         return failure;
     }
     if (canvas.undoStack().count() > 0) {
-        const BundleServices services = platformBundleServices();
-        Status saved = canvas.image() == original
-                           ? Status(std::monostate())
-                           : bundle::refreshImage(canvas.image(), bundlePath, services);
-        if (saved) {
-            saved = bundle::writeAnnotations(canvas.annotations(), bundlePath, services);
-        }
-        if (saved) {
-            saved =
-                bundle::writePreviews(canvas.image(), canvas.annotations(), bundlePath, services);
-        }
-        if (!saved) {
+        if (const Status saved = saveAskResult(canvas, original, bundlePath); !saved) {
             return fail(err, QStringLiteral("Save failed: ") + saved.error().message);
         }
     }
