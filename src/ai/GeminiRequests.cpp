@@ -126,7 +126,7 @@ std::optional<QString> insecureBaseUrlReason(const QString& baseUrl) {
     }
     return QStringLiteral("The Gemini address must use https (plain http only to this "
                           "computer), or the API key would travel in clear: %1")
-        .arg(url.toDisplayString(QUrl::RemoveUserInfo));
+        .arg(url.toDisplayString(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment));
 }
 
 bool isSendableApiKey(const QString& apiKey) {

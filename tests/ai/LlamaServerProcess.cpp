@@ -65,7 +65,7 @@ bool LlamaServerProcess::start(const QString& modelPath) {
                     {QStringLiteral("-m"), modelPath, QStringLiteral("--host"),
                      QStringLiteral("127.0.0.1"), QStringLiteral("--port"), QString::number(m_port),
                      QStringLiteral("-c"), QStringLiteral("32768"), QStringLiteral("-np"),
-                     QStringLiteral("1"), QStringLiteral("-n"), QStringLiteral("256"),
+                     QStringLiteral("1"), QStringLiteral("-n"), QStringLiteral("2048"),
                      QStringLiteral("--no-warmup")});
     return m_process.waitForStarted(5000);
 }

@@ -184,6 +184,10 @@ void writeMetadata(Writer& w, const Vocabulary& v) {
     u32Value("tokenizer.ggml.eos_token_id", std::uint32_t(v.id("<|im_end|>")));
     w.key("tokenizer.ggml.add_bos_token", boolean);
     w.number<std::uint8_t>(0);
+    // The server checks the chat template's "<|im_start|>assistant\n" against the grammar of a
+    // structured answer; a space put before "assistant" would not match it.
+    w.key("tokenizer.ggml.add_space_prefix", boolean);
+    w.number<std::uint8_t>(0);
     textValue("tokenizer.chat_template",
               "{% for message in messages %}{{'<|im_start|>' + message['role'] + '\\n' + "
               "message['content'] + '<|im_end|>' + '\\n'}}{% endfor %}{% if "
