@@ -10,6 +10,8 @@
 #include <QTest>
 
 #include <memory>
+#include <signal.h>
+#include <sys/prctl.h>
 
 namespace vellumix::test {
 
@@ -58,6 +60,8 @@ bool LlamaServerProcess::start(const QString& modelPath) {
     }
     m_logPath = QDir::temp().filePath(QStringLiteral("vellumix-llama-server-%1.log").arg(m_port));
     m_process.setProcessChannelMode(QProcess::MergedChannels);
+    // A test killed by its timeout takes its server along.
+    m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_process.setStandardOutputFile(m_logPath);
     // One slot and a cap on every answer: a test waits for a single request at a time, and no
     // answer runs away whatever the weights do.
