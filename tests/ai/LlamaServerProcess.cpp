@@ -64,13 +64,14 @@ bool LlamaServerProcess::start(const QString& modelPath) {
     m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_process.setStandardOutputFile(m_logPath);
     // One slot and a cap on every answer: a test waits for a single request at a time, and no
-    // answer runs away whatever the weights do.
-    m_process.start(program,
-                    {QStringLiteral("-m"), modelPath, QStringLiteral("--host"),
-                     QStringLiteral("127.0.0.1"), QStringLiteral("--port"), QString::number(m_port),
-                     QStringLiteral("-c"), QStringLiteral("32768"), QStringLiteral("-np"),
-                     QStringLiteral("1"), QStringLiteral("-n"), QStringLiteral("2048"),
-                     QStringLiteral("--no-warmup")});
+    // answer runs away whatever the weights do. One thread that never spins: on a machine busy
+    // with other tests, threads spinning for each other made a one-second request take minutes.
+    const QStringList arguments{
+        "-m",         modelPath, "--host", "127.0.0.1", "--port", QString::number(m_port),
+        "-c",         "32768",   "-np",    "1",         "-n",     "2048",
+        "-t",         "1",       "-tb",    "1",         "--poll", "0",
+        "--no-warmup"};
+    m_process.start(program, arguments);
     return m_process.waitForStarted(5000);
 }
 

@@ -90,7 +90,7 @@ protected:
                 return !events.isEmpty() && (events.back().kind == AIEvent::Kind::complete ||
                                              events.back().kind == AIEvent::Kind::failed);
             },
-            60'000);
+            120'000);
     }
 
     QString serverOutput() const { return s_server ? s_server->output() : QString(); }
@@ -110,7 +110,7 @@ TEST_F(RealLlamaServerTest, EverySchemaBecomesTheServersGrammarAndItsAnswersPars
     auto classify =
         service->classify(QStringLiteral("circle the total"),
                           [&route](std::optional<QueryRoute> answer) { route = answer; });
-    ASSERT_TRUE(QTest::qWaitFor([&route] { return route.has_value(); }, 60'000));
+    ASSERT_TRUE(QTest::qWaitFor([&route] { return route.has_value(); }, 120'000));
     EXPECT_TRUE(route->has_value()) << logLines.join('\n').toStdString();
 
     std::optional<AICanvasDirectivePublic> directive;
@@ -170,7 +170,7 @@ TEST_F(RealLlamaServerTest, TheLocalFlowRunsAllItsStepsOnTheServer) {
         listener);
 
     flow.start(AIProvider::localModel, QStringLiteral("what is on the screen?"), std::nullopt);
-    ASSERT_TRUE(QTest::qWaitFor([&finished] { return finished; }, 60'000));
+    ASSERT_TRUE(QTest::qWaitFor([&finished] { return finished; }, 120'000));
     EXPECT_TRUE(failures.isEmpty()) << failures.join('\n').toStdString();
     EXPECT_FALSE(responses.isEmpty());
     EXPECT_TRUE(logLines.front().startsWith("[Vellumix] AI route: llm="))
