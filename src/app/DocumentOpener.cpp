@@ -163,16 +163,26 @@ EditorWindowController* DocumentOpener::openDocument(EditorDocument document) {
         std::move(document), EditorServices{m_settings, *m_styles, m_history.get()});
     m_editors.push_back(editor);
     m_sourceFormats[editor] = sourceFormat;
+    m_idleMemory.cancel();
     editor->onClose = [this, editor] {
         std::erase(m_editors, editor);
         m_sourceFormats.erase(editor);
         editor->deleteLater();
+        if (m_editors.empty()) {
+            m_idleMemory.releaseSoon();
+        }
     };
     if (promptFieldState) {
         editor->showPromptFieldState(promptFieldState());
     }
     editor->present();
     return editor;
+}
+
+void DocumentOpener::releaseMemorySoon() {
+    if (m_editors.empty()) {
+        m_idleMemory.releaseSoon();
+    }
 }
 
 void DocumentOpener::refreshPromptFields() {

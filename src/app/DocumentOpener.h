@@ -1,5 +1,6 @@
 #pragma once
 
+#include "IdleMemory.h"
 #include "editor/EditorWindowController.h"
 #include "imaging/OpeningRules.h"
 
@@ -47,6 +48,9 @@ public:
     /// The format an open editor's image came from, as it was handed to the editor.
     std::optional<QString> sourceFormat(const EditorWindowController* editor) const;
     HistoryStore& history();
+    /// Nothing is open (the last window closed, or a capture gave no picture): what windows
+    /// needed goes back to the system a few seconds later.
+    void releaseMemorySoon();
 
 private:
     bool openInput(const InputFile& input, int pdfPage);
@@ -57,6 +61,7 @@ private:
     std::unique_ptr<StyleLibrary> m_styles;
     std::vector<EditorWindowController*> m_editors;
     std::map<const EditorWindowController*, std::optional<QString>> m_sourceFormats;
+    IdleMemory m_idleMemory;
 };
 
 } // namespace vellumix

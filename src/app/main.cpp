@@ -70,7 +70,10 @@ int main(int argc, char* argv[]) {
         opener.openNewImage(std::move(image), std::nullopt);
     };
     // A capture started from the home window hides it; cancelled or failed, it comes back.
-    capture.onCancelled = [&delegate] { delegate.captureEndedWithoutPicture(); };
+    capture.onCancelled = [&delegate, &opener] {
+        delegate.captureEndedWithoutPicture();
+        opener.releaseMemorySoon();
+    };
     capture.onFailed = capture.onCancelled;
     delegate.onCapture = [&capture] { capture.start(); };
     instance.onCapture = [&capture] { capture.start(); };
