@@ -109,6 +109,29 @@ void CaptureView::paintSizeLabel(QPainter& painter) const {
     painter.setPen(Qt::white);
     const double pad = capture::sizeLabelPadding;
     render::drawLabelText(painter, box.topLeft() + QPointF(pad, pad), text, metrics);
+    if (onScroll) {
+        paintScrollChip(painter, box);
+    }
+}
+
+// Beside the size label: S turns the capture into a scrolling one, the chip lit once it has.
+void CaptureView::paintScrollChip(QPainter& painter, const QRectF& sizeLabel) const {
+    const QString text = tr("Scroll (S)");
+    const QFont font = render::labelFont(1, this);
+    const QFontMetricsF metrics(font, this);
+    const double pad = capture::sizeLabelPadding;
+    const QSizeF textSize = render::labelTextSize(text, metrics);
+    QRectF box(sizeLabel.right() + 2 * pad, sizeLabel.top(), textSize.width() + 2 * pad,
+               sizeLabel.height());
+    if (box.right() > width()) {
+        box.moveRight(sizeLabel.left() - 2 * pad);
+    }
+    QPainterPath path;
+    path.addRoundedRect(box, capture::sizeLabelCornerRadius, capture::sizeLabelCornerRadius);
+    painter.fillPath(path, m_scrollRequested ? QColor(10, 132, 255, 220) : labelBackground);
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    render::drawLabelText(painter, box.topLeft() + QPointF(pad, pad), text, metrics);
 }
 
 void CaptureView::mousePressEvent(QMouseEvent* event) {
@@ -125,6 +148,7 @@ void CaptureView::mousePressEvent(QMouseEvent* event) {
     m_dragging = true;
     m_dragStart = event->position();
     m_cursor = m_dragStart;
+    m_scrollRequested = false;
     m_selection = QRectF();
     update();
 }
@@ -150,14 +174,23 @@ void CaptureView::mouseReleaseEvent(QMouseEvent* event) {
         return;
     }
     m_finished = true;
-    if (onComplete) {
-        onComplete(m_selection.translated(m_screenGeometry.topLeft()));
+    const QRectF selection = m_selection.translated(m_screenGeometry.topLeft());
+    if (m_scrollRequested && onScroll) {
+        onScroll(selection);
+    } else if (onComplete) {
+        onComplete(selection);
     }
 }
 
 void CaptureView::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape) {
         cancel();
+        return;
+    }
+    // The scroll starts at the mouse-up, so the held button never reaches the scrolled window.
+    if (event->key() == Qt::Key_S && m_dragging && onScroll) {
+        m_scrollRequested = !m_scrollRequested;
+        update();
         return;
     }
     QWidget::keyPressEvent(event);

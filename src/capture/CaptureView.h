@@ -27,6 +27,9 @@ public:
 
     /// A selection big enough to keep, in desktop coordinates (logical units).
     std::function<void(QRectF logicalSelection)> onComplete;
+    /// A scrolling capture of the selection: S pressed during the drag, started at the mouse-up.
+    /// Without it S does nothing and no Scroll chip is shown.
+    std::function<void(QRectF logicalSelection)> onScroll;
     /// Escape, a right click, or a drag too small to count.
     std::function<void()> onCancel;
 
@@ -41,6 +44,7 @@ protected:
 
 private:
     void paintSizeLabel(QPainter& painter) const;
+    void paintScrollChip(QPainter& painter, const QRectF& sizeLabel) const;
     void cancel();
 
     QImage m_grab;
@@ -52,6 +56,7 @@ private:
     QRectF m_selection; // view coordinates; empty when there is none
     bool m_dragging = false;
     bool m_finished = false;
+    bool m_scrollRequested = false;
 };
 
 } // namespace vellumix
