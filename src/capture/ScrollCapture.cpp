@@ -14,11 +14,11 @@ namespace {
 // Long enough for the overlay to unmap and the window below to repaint, and for a scrolled
 // window to redraw (terminals at once, toolkits with smooth scrolling in about this time).
 constexpr int firstGrabDelayMs = 250;
-constexpr int settleMs = 200;
+constexpr int settleMs = 150;
 // A grab the same as the last after this many turns of the wheel: the end of the content.
 constexpr int stillStepsToStop = 2;
 // Each step scrolls about this share of the area, so consecutive strips overlap well.
-constexpr double stepShare = 0.6;
+constexpr double stepShare = 0.75;
 constexpr int maxNotches = 10;
 constexpr int progressGap = 12;
 
