@@ -4,6 +4,7 @@
 #include "capture/CaptureView.h"
 #include "capture/ScrollCapture.h"
 #include "platform/X11Wheel.h"
+#include "platform/X11Windows.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -66,6 +67,14 @@ void CaptureController::showOverlay(QScreen* screen, ScreenGrab grab) {
         view->setScreen(screen);
         view->setGeometry(grab.geometry);
     }
+    // Taken before the overlay is shown, so it is not among them.
+    std::vector<QRectF> frames;
+    for (const QRect& frame : x11TopLevelFrames()) {
+        const double ratio = grab.devicePixelRatio;
+        frames.emplace_back(frame.x() / ratio, frame.y() / ratio, frame.width() / ratio,
+                            frame.height() / ratio);
+    }
+    view->setWindowFrames(std::move(frames));
     // Scrolling needs synthetic wheel input, which only the X server offers.
     if (x11WheelAvailable()) {
         view->onScroll = [this, screen = QPointer<QScreen>(screen), grab](QRectF selection) {

@@ -3,6 +3,7 @@
 #include "canvas/CanvasChrome.h"
 #include "capture/CaptureGeometry.h"
 
+#include <QCursor>
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -42,12 +43,31 @@ CaptureView::CaptureView(QImage grab, QRect screenGeometry, double devicePixelRa
     setAttribute(Qt::WA_OpaquePaintEvent);
     setFocusPolicy(Qt::StrongFocus);
     setCursor(Qt::CrossCursor);
+    setMouseTracking(true);
     setWindowTitle(tr("Capture"));
     setAccessibleName(tr("Capture"));
     setAccessibleDescription(tr("Drag over the area to capture; Escape cancels"));
     m_display = m_grab;
     m_display.setDevicePixelRatio(m_devicePixelRatio);
     setGeometry(m_screenGeometry);
+}
+
+void CaptureView::setWindowFrames(std::vector<QRectF> frames) {
+    m_frames = std::move(frames);
+    for (QRectF& frame : m_frames) {
+        frame.translate(-QPointF(m_screenGeometry.topLeft()));
+    }
+    m_hoveredFrame = frameAt(mapFromGlobal(QCursor::pos()).toPointF());
+    update();
+}
+
+QRectF CaptureView::frameAt(QPointF point) const {
+    for (const QRectF& frame : m_frames) {
+        if (frame.contains(point)) {
+            return frame.intersected(rect());
+        }
+    }
+    return {};
 }
 
 void CaptureView::showEvent(QShowEvent* event) {
@@ -73,11 +93,12 @@ void CaptureView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.drawImage(QPointF(0, 0), m_display);
     const QRectF all = rect();
-    if (m_selection.isEmpty()) {
+    if (m_selection.isEmpty() && m_hoveredFrame.isEmpty()) {
         painter.fillRect(all, dimColor);
         return;
     }
-    const QRectF& s = m_selection;
+    // Before a drag, the window a click would capture is the lit part.
+    const QRectF& s = m_selection.isEmpty() ? m_hoveredFrame : m_selection;
     painter.fillRect(QRectF(all.left(), all.top(), all.width(), s.top() - all.top()), dimColor);
     painter.fillRect(QRectF(all.left(), s.bottom(), all.width(), all.bottom() - s.bottom()),
                      dimColor);
@@ -88,7 +109,9 @@ void CaptureView::paintEvent(QPaintEvent*) {
     painter.setPen(QPen(selectionStroke, selectionStrokeWidth));
     painter.setBrush(Qt::NoBrush);
     painter.drawRect(s);
-    paintSizeLabel(painter);
+    if (!m_selection.isEmpty()) {
+        paintSizeLabel(painter);
+    }
 }
 
 void CaptureView::paintSizeLabel(QPainter& painter) const {
@@ -154,7 +177,14 @@ void CaptureView::mousePressEvent(QMouseEvent* event) {
 }
 
 void CaptureView::mouseMoveEvent(QMouseEvent* event) {
-    if (m_finished || !m_dragging) {
+    if (m_finished) {
+        return;
+    }
+    if (!m_dragging) {
+        if (const QRectF frame = frameAt(event->position()); frame != m_hoveredFrame) {
+            m_hoveredFrame = frame;
+            update();
+        }
         return;
     }
     m_cursor = event->position();
@@ -170,8 +200,12 @@ void CaptureView::mouseReleaseEvent(QMouseEvent* event) {
     m_cursor = event->position();
     m_selection = capture::selectionFromDrag(m_dragStart, m_cursor, rect());
     if (capture::isSelectionTooSmall(m_selection)) {
-        cancel();
-        return;
+        // A click: the window under it, if any.
+        m_selection = frameAt(m_dragStart);
+        if (m_selection.isEmpty()) {
+            cancel();
+            return;
+        }
     }
     m_finished = true;
     const QRectF selection = m_selection.translated(m_screenGeometry.topLeft());

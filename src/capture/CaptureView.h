@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include <functional>
+#include <vector>
 
 namespace vellumix {
 
@@ -24,6 +25,11 @@ public:
     /// geometry.
     CaptureView(QImage grab, QRect screenGeometry, double devicePixelRatio,
                 QWidget* parent = nullptr);
+
+    /// The shown windows' frames, topmost first, in desktop coordinates (logical units): the one
+    /// under the pointer is outlined, and a click without a drag captures it, clipped to the
+    /// screen. Without them a click cancels.
+    void setWindowFrames(std::vector<QRectF> frames);
 
     /// A selection big enough to keep, in desktop coordinates (logical units).
     std::function<void(QRectF logicalSelection)> onComplete;
@@ -46,6 +52,7 @@ private:
     void paintSizeLabel(QPainter& painter) const;
     void paintScrollChip(QPainter& painter, const QRectF& sizeLabel) const;
     void cancel();
+    QRectF frameAt(QPointF point) const;
 
     QImage m_grab;
     QImage m_display; // m_grab tagged with the screen's ratio, so it paints 1:1 in device pixels
@@ -57,6 +64,8 @@ private:
     bool m_dragging = false;
     bool m_finished = false;
     bool m_scrollRequested = false;
+    std::vector<QRectF> m_frames; // view coordinates, topmost first
+    QRectF m_hoveredFrame;        // clipped to the view; empty over no window
 };
 
 } // namespace vellumix

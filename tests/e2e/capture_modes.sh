@@ -2,11 +2,13 @@
 # End to end, as a person uses it: a terminal holds 300 numbered lines, scrolled back to the
 # first; a capture over its text with S pressed during the drag scrolls it to the end and opens
 # one tall picture. OCR of that picture reads every number from 1 to 300 once, in order. The
-# same over content that cannot scroll gives the plain capture. Processes are stopped by PID.
-# usage: scrolling_capture.sh path/to/vellumix path/to/ocr-lines-tool
+# same over content that cannot scroll gives the plain capture. A click without a drag captures
+# the window under it, border included. Processes are stopped by PID.
+# usage: capture_modes.sh path/to/vellumix path/to/ocr_lines path/to/pixel_probe
 set -euo pipefail
 APP=$1
 OCR=$2
+PROBE=$3
 source "$(dirname "$0")/session.sh"
 start_xvfb 1280x800
 
@@ -32,7 +34,11 @@ capture() {
   before=$(newest_bundle)
   xdotool key ctrl+shift+6
   sleep 0.8
-  xdotool mousemove "$1" "$2" mousedown 1 mousemove $(($1 + 20)) $(($2 + 20)) mousemove "$3" "$4"
+  if [ "$1" = click ]; then
+    xdotool mousemove "$2" "$3" mousedown 1
+  else
+    xdotool mousemove "$1" "$2" mousedown 1 mousemove $(($1 + 20)) $(($2 + 20)) mousemove "$3" "$4"
+  fi
   [ "${5:-}" = s ] && xdotool key s
   xdotool mouseup 1
   local released
@@ -67,3 +73,11 @@ STILL=$(capture $AREA s)
 # Same pixels, same encoder: the same bytes.
 cmp -s "$PLAIN/image.png" "$STILL/image.png" || fail "the unscrollable capture differs from the plain one"
 echo "PASS (still): the plain capture"
+
+# A click inside the terminal: its window, the X border around it included.
+BORDER=$(xwininfo -id "$XTERM" | sed -n 's/.*Border width: *//p')
+SHOT=$(capture click $((T_X + 50)) $((T_Y + 50)))
+SIZE=$("$PROBE" "$SHOT/image.png" | head -1)
+[ "$SIZE" = "$((T_WIDTH + 2 * BORDER))x$((T_HEIGHT + 2 * BORDER))" ] ||
+  fail "the window capture is $SIZE, not the terminal's ${T_WIDTH}x$T_HEIGHT with border $BORDER"
+echo "PASS (window): the terminal's frame, $SIZE"
