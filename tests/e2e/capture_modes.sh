@@ -11,6 +11,8 @@ OCR=$2
 PROBE=$3
 source "$(dirname "$0")/session.sh"
 start_xvfb 1280x800
+# A tray, so no home window stands in for it over the terminal.
+start_tray
 
 seq -f 'row %03g' 1 300 >"$WORK/lines.txt"
 xterm -geometry 30x30+0+0 -fa 'DejaVu Sans Mono' -fs 15 -bg white -fg black -sl 1000 \
