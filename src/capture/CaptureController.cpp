@@ -2,6 +2,9 @@
 
 #include "capture/CaptureGeometry.h"
 #include "capture/CaptureView.h"
+#include "capture/ScrollCapture.h"
+#include "platform/X11Wheel.h"
+#include "platform/X11Windows.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -17,6 +20,12 @@ CaptureController::CaptureController(std::unique_ptr<ScreenGrabber> grabber)
 CaptureController::~CaptureController() {
     *m_self = nullptr;
     closeOverlay();
+    if (m_scroll) {
+        // It may be the caller (from its callback): it goes later, its picture unclaimed.
+        m_scroll->onFinished = nullptr;
+        m_scroll->stop();
+        m_scroll->deleteLater();
+    }
 }
 
 void CaptureController::start() {
@@ -58,23 +67,27 @@ void CaptureController::showOverlay(QScreen* screen, ScreenGrab grab) {
         view->setScreen(screen);
         view->setGeometry(grab.geometry);
     }
+    // Taken before the overlay is shown, so it is not among them.
+    std::vector<QRectF> frames;
+    for (const QRect& frame : x11TopLevelFrames()) {
+        const double ratio = grab.devicePixelRatio;
+        frames.emplace_back(frame.x() / ratio, frame.y() / ratio, frame.width() / ratio,
+                            frame.height() / ratio);
+    }
+    view->setWindowFrames(std::move(frames));
+    // Scrolling needs synthetic wheel input, which only the X server offers.
+    if (x11WheelAvailable()) {
+        view->onScroll = [this, screen = QPointer<QScreen>(screen), grab](QRectF selection) {
+            startScrolling(screen, grab, selection);
+        };
+    }
     view->onComplete = [this, grab = std::move(grab)](QRectF logicalSelection) {
         const QRect crop = capture::deviceCropRect(logicalSelection, grab.geometry,
                                                    grab.devicePixelRatio, grab.image.size());
         closeOverlay();
-        m_running = false;
-        if (crop.isEmpty()) {
-            if (const auto cancelled = onCancelled) {
-                cancelled();
-            }
-            return;
-        }
-        QImage image = grab.image.copy(crop);
+        QImage image = crop.isEmpty() ? QImage() : grab.image.copy(crop);
         image.setDevicePixelRatio(1);
-        // A copy: the owner may destroy this controller, and with it onCaptured, from inside.
-        if (const auto captured = onCaptured) {
-            captured(std::move(image));
-        }
+        handBack(std::move(image));
     };
     view->onCancel = [this] {
         closeOverlay();
@@ -90,6 +103,38 @@ void CaptureController::showOverlay(QScreen* screen, ScreenGrab grab) {
         view->showFullScreen();
     } else {
         view->show();
+    }
+}
+
+void CaptureController::startScrolling(QScreen* screen, const ScreenGrab& grab,
+                                       QRectF logicalSelection) {
+    const QRect crop = capture::deviceCropRect(logicalSelection, grab.geometry,
+                                               grab.devicePixelRatio, grab.image.size());
+    closeOverlay();
+    if (crop.isEmpty() || screen == nullptr) {
+        handBack({});
+        return;
+    }
+    const QPoint origin = (QPointF(grab.geometry.topLeft()) * grab.devicePixelRatio).toPoint();
+    auto* scroll = new ScrollCapture(*m_grabber, screen, logicalSelection, crop, origin);
+    m_scroll = scroll;
+    scroll->onFinished = [this, scroll](QImage image) {
+        scroll->deleteLater();
+        handBack(std::move(image));
+    };
+    scroll->start();
+}
+
+// The end of a capture: the picture to the owner, or a cancel when there is none.
+void CaptureController::handBack(QImage image) {
+    m_running = false;
+    // Copies: the owner may destroy this controller, and with it the callbacks, from inside.
+    if (image.isNull()) {
+        if (const auto cancelled = onCancelled) {
+            cancelled();
+        }
+    } else if (const auto captured = onCaptured) {
+        captured(std::move(image));
     }
 }
 

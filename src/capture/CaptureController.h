@@ -11,10 +11,12 @@
 namespace vellumix {
 
 class CaptureView;
+class ScrollCapture;
 
 /// One area capture at a time: grabs the screen under the mouse, shows the overlay over it and
-/// hands back the selected pixels. A failed grab prints "Screen capture error: " and a reason to
-/// standard output and calls only onFailed.
+/// hands back the selected pixels, or the stitched picture of a scrolling capture of them (X11). A
+/// failed grab prints "Screen capture error: " and a reason to standard output and calls only
+/// onFailed.
 class CaptureController final {
 public:
     explicit CaptureController(std::unique_ptr<ScreenGrabber> grabber = makeScreenGrabber());
@@ -40,9 +42,12 @@ private:
     void showOverlay(QScreen* screen, ScreenGrab grab);
     void fail(const QString& reason);
     void closeOverlay();
+    void startScrolling(QScreen* screen, const ScreenGrab& grab, QRectF logicalSelection);
+    void handBack(QImage image);
 
     std::unique_ptr<ScreenGrabber> m_grabber;
     QPointer<CaptureView> m_view;
+    QPointer<ScrollCapture> m_scroll;
     bool m_running = false;
     // Grabs that answer later (the portal) must not reach a controller that is gone.
     std::shared_ptr<CaptureController*> m_self;

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include <functional>
+#include <vector>
 
 namespace vellumix {
 
@@ -25,8 +26,16 @@ public:
     CaptureView(QImage grab, QRect screenGeometry, double devicePixelRatio,
                 QWidget* parent = nullptr);
 
+    /// The shown windows' frames, topmost first, in desktop coordinates (logical units): the one
+    /// under the pointer is outlined, and a click without a drag captures it, clipped to the
+    /// screen. Without them a click cancels.
+    void setWindowFrames(std::vector<QRectF> frames);
+
     /// A selection big enough to keep, in desktop coordinates (logical units).
     std::function<void(QRectF logicalSelection)> onComplete;
+    /// A scrolling capture of the selection: S pressed during the drag, started at the mouse-up.
+    /// Without it S does nothing and no Scroll chip is shown.
+    std::function<void(QRectF logicalSelection)> onScroll;
     /// Escape, a right click, or a drag too small to count.
     std::function<void()> onCancel;
 
@@ -41,7 +50,9 @@ protected:
 
 private:
     void paintSizeLabel(QPainter& painter) const;
+    void paintScrollChip(QPainter& painter, const QRectF& sizeLabel) const;
     void cancel();
+    QRectF frameAt(QPointF point) const;
 
     QImage m_grab;
     QImage m_display; // m_grab tagged with the screen's ratio, so it paints 1:1 in device pixels
@@ -52,6 +63,9 @@ private:
     QRectF m_selection; // view coordinates; empty when there is none
     bool m_dragging = false;
     bool m_finished = false;
+    bool m_scrollRequested = false;
+    std::vector<QRectF> m_frames; // view coordinates, topmost first
+    QRectF m_hoveredFrame;        // clipped to the view; empty over no window
 };
 
 } // namespace vellumix

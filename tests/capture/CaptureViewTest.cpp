@@ -205,6 +205,34 @@ TEST_F(CaptureTest, TinyDragsCancel) {
     EXPECT_EQ(visibleOverlay(), nullptr);
 }
 
+// A click captures the topmost window under it, clipped to the screen (here the second of two,
+// at ratio 2); a click over no window still cancels.
+TEST_F(CaptureTest, ClickCapturesTheTopmostWindowUnderIt) {
+    const QRect screen(1000, 0, 400, 300);
+    const std::vector<QRectF> frames = {{900, 50, 200, 100}, {1050, 20, 200, 200}};
+    struct Click {
+        QPoint at; // view coordinates
+        QSize size;
+        QPoint first;
+    };
+    for (const Click& click :
+         {Click{{60, 60}, {200, 200}, {0, 100}}, Click{{120, 60}, {400, 400}, {100, 40}}}) {
+        captured.reset();
+        CaptureView* view = start(screen, 2.0);
+        ASSERT_NE(view, nullptr);
+        view->setWindowFrames(frames);
+        QTest::mouseClick(view, Qt::LeftButton, {}, click.at);
+        ASSERT_TRUE(captured.has_value());
+        EXPECT_EQ(captured->size(), click.size);
+        EXPECT_EQ(coordinateAt(*captured, 0, 0), click.first);
+    }
+    CaptureView* view = start(screen, 2.0);
+    ASSERT_NE(view, nullptr);
+    view->setWindowFrames(frames);
+    QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(350, 280));
+    EXPECT_EQ(cancels, 1);
+}
+
 TEST_F(CaptureTest, EscapeAndRightClickCancel) {
     CaptureView* view = start(QRect(0, 0, 400, 300), 1.0);
     ASSERT_NE(view, nullptr);

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QRect>
+
+#include <vector>
+
+namespace vellumix {
+
+/// The frames of the X server's shown top-level windows, topmost first, in root-window device
+/// pixels, borders included. Under a reparenting window manager these are its frames, title bar
+/// and all. Empty off X11.
+std::vector<QRect> x11TopLevelFrames();
+
+} // namespace vellumix
