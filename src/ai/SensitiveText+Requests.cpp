@@ -82,6 +82,21 @@ SensitiveKinds nounKinds(const QString& word) {
     return {};
 }
 
+// "Remove" and "erase" also take annotations as their object: "remove the box around the
+// email" deletes a drawn box; it hides nothing.
+bool isRemovalVerb(const QString& word) {
+    return isOneOf(word, {u"remove", u"removes", u"removing", u"erase", u"erases", u"erasing"});
+}
+
+bool isAnnotationNoun(const QString& word) {
+    return isOneOf(word, {u"box",       u"boxes",      u"rectangle",  u"rectangles",  u"rect",
+                          u"oval",      u"ovals",      u"circle",     u"circles",     u"ellipse",
+                          u"arrow",     u"arrows",     u"annotation", u"annotations", u"label",
+                          u"labels",    u"shape",      u"shapes",     u"outline",     u"outlines",
+                          u"highlight", u"highlights", u"stroke",     u"strokes",     u"drawing",
+                          u"drawings",  u"step",       u"steps",      u"textbox"});
+}
+
 // Words that speak of sensitive things in general: every kind.
 bool isGeneralNoun(const QString& word) {
     return isOneOf(word, {u"sensitive", u"private", u"personal", u"confidential", u"pii",
@@ -106,6 +121,8 @@ qsizetype exclusionStart(const QStringList& words) {
 struct RequestReading {
     bool standaloneVerb = false;
     bool verb = false;
+    bool onlyRemovalVerbs = true;
+    bool annotationNoun = false;
     bool general = false;
     SensitiveKinds named;
     SensitiveKinds excluded;
@@ -117,7 +134,11 @@ RequestReading readRequest(const QString& query) {
     RequestReading reading;
     for (qsizetype i = 0; i < words.size(); ++i) {
         reading.standaloneVerb = reading.standaloneVerb || isStandaloneVerb(words[i]);
-        reading.verb = reading.verb || isVerb(words, i);
+        if (isVerb(words, i)) {
+            reading.verb = true;
+            reading.onlyRemovalVerbs = reading.onlyRemovalVerbs && isRemovalVerb(words[i]);
+        }
+        reading.annotationNoun = reading.annotationNoun || isAnnotationNoun(words[i]);
         (i < exclusion ? reading.named : reading.excluded) |= nounKinds(words[i]);
         reading.general = reading.general || (i < exclusion && isGeneralNoun(words[i]));
     }
@@ -125,8 +146,13 @@ RequestReading readRequest(const QString& query) {
 }
 
 bool isRedaction(const RequestReading& reading) {
-    return reading.standaloneVerb ||
-           (reading.verb && (reading.general || reading.named || reading.excluded));
+    if (reading.standaloneVerb) {
+        return true;
+    }
+    if (reading.onlyRemovalVerbs && reading.annotationNoun) {
+        return false; // removing a drawn thing
+    }
+    return reading.verb && (reading.general || reading.named || reading.excluded);
 }
 
 } // namespace

@@ -507,6 +507,10 @@ TEST(SensitiveRequests, KindsAndVerbsFromPlainLanguage) {
         {"blur the background", {}, false},
         {"hide the toolbar", {}, false},
         {"remove the arrow", {}, false},
+        // Removing a drawn thing is an annotation edit, whatever it is near.
+        {"remove the box around the email", K::email, false},
+        {"erase the link annotation", K::tokenUrl, false},
+        {"cover the emails with a box", K::email, true},
         {"what is the IP address?", K::ipAddress, false},
         {"", {}, false},
     };

@@ -335,7 +335,7 @@ AIRequestHost askHost(CanvasDocument& canvas) {
         const VisionAnalysis& found = analysis();
         std::vector<imageops::RedactionArea> areas;
         for (const SensitiveMatch& match : findSensitiveText(found, kinds)) {
-            areas.push_back({redactionAreaFor(match.rect, canvas.image().size()),
+            areas.push_back({redactionAreaFor(match.rect, canvas.image().size(), lineRects(found)),
                              imageops::RedactionStyle::fill});
         }
         if (!areas.empty()) {
