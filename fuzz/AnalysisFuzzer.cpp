@@ -6,10 +6,9 @@
 #include "ai/AIContext.h"
 #include "ai/SensitiveText.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdint>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace vellumix;
@@ -24,15 +23,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     inputs.imageRect = QRectF(0, 0, 1280, 800);
     inputs.analysis = analysis;
     inputs.query = analysis->classifications.value(0, QStringLiteral("what does the total say"));
-    for (const QueryRoute route : {QueryRoute::question, QueryRoute::annotationEdit,
-                                   QueryRoute::imageEdit}) {
+    for (const QueryRoute route :
+         {QueryRoute::question, QueryRoute::annotationEdit, QueryRoute::imageEdit}) {
         AIContext::build(route, inputs);
     }
     const std::vector<QRectF> lines = lineRects(*analysis);
     for (const SensitiveMatch& match : findSensitiveText(*analysis)) {
         const size_t lineCount = analysis->lines.size() + analysis->doubtfulLines.size();
-        if (match.lineIndex < 0 || size_t(match.lineIndex) >= lineCount ||
-            match.start < 0 || match.length <= 0 ||
+        if (match.lineIndex < 0 || size_t(match.lineIndex) >= lineCount || match.start < 0 ||
+            match.length <= 0 ||
             match.start + match.length > analysisLine(*analysis, match.lineIndex).text.size()) {
             std::abort(); // a match outside its line's text
         }

@@ -26,6 +26,8 @@ fi
 cmake --build "$BUILD_DIR" --target $(printf '%s_fuzzer ' $TARGETS)
 
 export QT_QPA_PLATFORM=offscreen
+# The settings and opening targets write a file per input; memory-backed scratch keeps them fast.
+if [ -w /dev/shm ]; then export TMPDIR=/dev/shm; fi
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 mkdir -p "$BUILD_DIR/findings"
 for target in $TARGETS; do

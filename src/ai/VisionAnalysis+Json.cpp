@@ -1,10 +1,9 @@
 #include "VisionAnalysis.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <nlohmann/json.hpp>
 
 namespace vellumix {
 
@@ -61,8 +60,9 @@ std::optional<VisionAnalysis> analysisFromJson(const json& o) {
         }
         const json& size = member(line, "relativeSize");
         const auto relativeSize =
-            size.is_string() ? parseEnum<OCRLineSize>(QString::fromStdString(size.get<std::string>()))
-                             : std::nullopt;
+            size.is_string()
+                ? parseEnum<OCRLineSize>(QString::fromStdString(size.get<std::string>()))
+                : std::nullopt;
         analysis.lines.push_back({QString::fromStdString(text.get<std::string>()), *rect,
                                   relativeSize.value_or(OCRLineSize::regular)});
     }
