@@ -89,7 +89,7 @@ bool hasType(const json& value, const std::string& type) {
 
 // The content as JSON, checked against its schema.
 LocalResult<json> structuredAnswer(const QByteArray& body, const char* what,
-                                   const ordered_json& schema) {
+                                   const json& schema) {
     LocalResult<QString> content = chatAnswerContent(body);
     if (const auto* error = std::get_if<LocalModelError>(&content)) {
         return *error;
@@ -279,14 +279,14 @@ std::optional<LocalModelError> ChatStreamDecoder::endOfStream() {
     return std::nullopt;
 }
 
-std::optional<QString> schemaMismatch(const json& value, const ordered_json& schema) {
+std::optional<QString> schemaMismatch(const json& value, const json& schema) {
     const std::string type = schema.value("type", std::string());
     if (!type.empty() && !hasType(value, type)) {
         return QStringLiteral("expected %1").arg(QString::fromStdString(type));
     }
     if (const auto values = schema.find("enum"); values != schema.end()) {
         const bool listed = std::any_of(values->begin(), values->end(),
-                                        [&value](const ordered_json& v) { return v == value; });
+                                        [&value](const json& v) { return v == value; });
         if (!listed) {
             return QStringLiteral("%1 is not one of the allowed values")
                 .arg(QString::fromStdString(value.dump()));
@@ -295,8 +295,8 @@ std::optional<QString> schemaMismatch(const json& value, const ordered_json& sch
     if (type != "object") {
         return std::nullopt;
     }
-    const ordered_json& properties = schema["properties"];
-    for (const auto& name : schema.value("required", ordered_json::array())) {
+    const json& properties = schema["properties"];
+    for (const auto& name : schema.value("required", json::array())) {
         if (!value.contains(name.get<std::string>())) {
             return QStringLiteral("\"%1\" is missing").arg(QString::fromStdString(name));
         }

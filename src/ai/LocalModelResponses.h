@@ -87,9 +87,9 @@ private:
 };
 
 /// Whether `value` fits `schema` (objects with required properties and no others, the types
-/// string, integer, number and boolean, and enumerations); the first mismatch when not.
-std::optional<QString> schemaMismatch(const nlohmann::json& value,
-                                      const nlohmann::ordered_json& schema);
+/// string, integer, number and boolean, and enumerations); the first mismatch when not. The
+/// schema is read as plain JSON (key order does not matter here) so values compare like with like.
+std::optional<QString> schemaMismatch(const nlohmann::json& value, const nlohmann::json& schema);
 
 /// A non-streamed chat completion's message text; a cut-off or empty answer is an error.
 LocalResult<QString> chatAnswerContent(const QByteArray& body);

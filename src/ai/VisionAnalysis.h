@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <vector>
 
 namespace vellumix {
@@ -59,6 +61,11 @@ struct VisionAnalysis {
 
 /// The rectangles of the recognised lines, in order.
 std::vector<QRectF> lineRects(const VisionAnalysis& analysis);
+
+/// An analysis as `vellumix-bundle analyze` writes it (classifications, lines with text, rect and
+/// relative size, salient regions with rect and confidence); none when it is no such object.
+/// Missing lists are empty; an unknown line size is regular.
+std::optional<VisionAnalysis> analysisFromJson(const nlohmann::json& o);
 
 /// Sizes each line against the median line height (all regular with fewer than 4 lines).
 void assignLineSizes(std::vector<OCRLine>& lines);

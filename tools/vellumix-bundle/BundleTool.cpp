@@ -189,52 +189,6 @@ int applyDirectives(const QString& bundlePath, const QString& directivesPath, QT
     return 0;
 }
 
-std::optional<VisionAnalysis> readAnalysis(const nlohmann::json& o) {
-    if (!o.is_object()) {
-        return std::nullopt;
-    }
-    const auto rectOf = [](const nlohmann::json& r) -> std::optional<QRectF> {
-        if (!r.is_array() || r.size() != 4) {
-            return std::nullopt;
-        }
-        for (const auto& v : r) {
-            if (!v.is_number()) {
-                return std::nullopt;
-            }
-        }
-        return QRectF(r[0].get<double>(), r[1].get<double>(), r[2].get<double>(),
-                      r[3].get<double>());
-    };
-    VisionAnalysis analysis;
-    for (const auto& label : o.value("classifications", nlohmann::json::array())) {
-        if (label.is_string()) {
-            analysis.classifications << QString::fromStdString(label.get<std::string>());
-        }
-    }
-    for (const auto& line : o.value("lines", nlohmann::json::array())) {
-        const auto rect =
-            line.is_object() ? rectOf(line.value("rect", nlohmann::json())) : std::nullopt;
-        if (!rect || !line.value("text", nlohmann::json()).is_string()) {
-            return std::nullopt;
-        }
-        const QString size =
-            QString::fromStdString(line.value("relativeSize", std::string("regular")));
-        analysis.lines.push_back({QString::fromStdString(line["text"].get<std::string>()), *rect,
-                                  parseEnum<OCRLineSize>(size).value_or(OCRLineSize::regular)});
-    }
-    for (const auto& region : o.value("salientRegions", nlohmann::json::array())) {
-        const auto rect =
-            region.is_object() ? rectOf(region.value("rect", nlohmann::json())) : std::nullopt;
-        const auto confidence =
-            region.is_object() ? region.value("confidence", nlohmann::json()) : nlohmann::json();
-        if (!rect || !confidence.is_number()) {
-            return std::nullopt;
-        }
-        analysis.salientRegions.push_back({*rect, confidence.get<float>()});
-    }
-    return analysis;
-}
-
 int printContext(const QStringList& args, QTextStream& out, QTextStream& err) {
     std::optional<QueryRoute> route;
     QString query;
@@ -258,7 +212,7 @@ int printContext(const QStringList& args, QTextStream& out, QTextStream& err) {
             if (!json) {
                 return failure;
             }
-            analysis = readAnalysis(*json);
+            analysis = analysisFromJson(*json);
             if (!analysis) {
                 return fail(err, QStringLiteral("%1 is not an image analysis").arg(value));
             }
