@@ -1,10 +1,9 @@
-#include "ai/AIService.h"
-#include "ai/GeminiService.h"
-#include "ai/Routing.h"
 #include "app/AccessibleRoles.h"
+#include "app/AppAssistant.h"
 #include "app/AppDelegate.h"
 #include "app/DocumentOpener.h"
 #include "app/GlobalShortcut.h"
+#include "app/IdleMemory.h"
 #include "app/OpenPanel.h"
 #include "app/QuitShortcut.h"
 #include "app/SettingsWindowController.h"
@@ -20,13 +19,27 @@
 #include <QApplication>
 #include <QTimer>
 
-#include <malloc.h>
+namespace {
 
-int main(int argc, char* argv[]) {
-    // Text recognition runs one engine per core; OpenMP threads inside each would fight them.
-    // The variable must be set before the process starts: without it, this restarts once.
-    vellumix::ensureOcrThreadLimit(argc, argv);
-    QApplication app(argc, argv);
+// What a launch asks for: files to open, and whether to capture at once.
+struct LaunchRequest {
+    QStringList files;
+    bool captureNow = false;
+};
+
+LaunchRequest readArguments() {
+    LaunchRequest request;
+    for (const QString& argument : QApplication::arguments().mid(1)) {
+        if (argument == QLatin1String("--capture")) {
+            request.captureNow = true;
+        } else if (!argument.startsWith(QLatin1Char('-'))) {
+            request.files << argument;
+        }
+    }
+    return request;
+}
+
+void describeApplication() {
     QApplication::setApplicationName(QStringLiteral("Vellumix"));
     QApplication::setOrganizationName(QStringLiteral("Vellumix"));
     QApplication::setDesktopFileName(QStringLiteral("vellumix"));
@@ -34,16 +47,42 @@ int main(int argc, char* argv[]) {
     vellumix::installAccessibleRoles();
     // A tray application: closing the last editor window must not quit it.
     QApplication::setQuitOnLastWindowClosed(false);
+}
 
-    QStringList files;
-    bool captureNow = false;
-    for (const QString& argument : QApplication::arguments().mid(1)) {
-        if (argument == QLatin1String("--capture")) {
-            captureNow = true;
-        } else if (!argument.startsWith(QLatin1Char('-'))) {
-            files << argument;
+// Captures, pastes and opens asked for from the status menu, the home window or a later
+// launch.
+void connectShell(vellumix::DocumentOpener& opener, vellumix::AppDelegate& delegate,
+                  vellumix::SingleInstance& instance, vellumix::CaptureController& capture) {
+    capture.onCaptured = [&opener](QImage image) {
+        opener.openNewImage(std::move(image), std::nullopt);
+    };
+    // A capture started from the home window hides it; cancelled or failed, it comes back.
+    capture.onCancelled = [&delegate, &opener] {
+        delegate.captureEndedWithoutPicture();
+        opener.releaseMemorySoon();
+    };
+    capture.onFailed = capture.onCancelled;
+    delegate.onCapture = [&capture] { capture.start(); };
+    instance.onCapture = [&capture] { capture.start(); };
+    instance.onActivate = [&delegate] { delegate.showHomeWindow(); };
+    delegate.onPaste = [&opener] { opener.openFromClipboard(); };
+    delegate.onOpen = [&opener] {
+        if (const auto request = vellumix::runOpenPanel()) {
+            opener.open(*request);
         }
-    }
+    };
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    // Text recognition runs one engine per core; OpenMP threads inside each would fight them.
+    // The variable must be set before the process starts: without it, this restarts once.
+    vellumix::ensureOcrThreadLimit(argc, argv);
+    QApplication app(argc, argv);
+    describeApplication();
+
+    const auto [files, captureNow] = readArguments();
     // A second launch hands its files (and --capture) to the running Vellumix and ends.
     vellumix::SingleInstance instance;
     if (!instance.claim(files, captureNow)) {
@@ -66,24 +105,7 @@ int main(int argc, char* argv[]) {
     };
     instance.onOpenFiles = openAll;
     vellumix::CaptureController capture;
-    capture.onCaptured = [&opener](QImage image) {
-        opener.openNewImage(std::move(image), std::nullopt);
-    };
-    // A capture started from the home window hides it; cancelled or failed, it comes back.
-    capture.onCancelled = [&delegate, &opener] {
-        delegate.captureEndedWithoutPicture();
-        opener.releaseMemorySoon();
-    };
-    capture.onFailed = capture.onCancelled;
-    delegate.onCapture = [&capture] { capture.start(); };
-    instance.onCapture = [&capture] { capture.start(); };
-    instance.onActivate = [&delegate] { delegate.showHomeWindow(); };
-    delegate.onPaste = [&opener] { opener.openFromClipboard(); };
-    delegate.onOpen = [&opener] {
-        if (const auto request = vellumix::runOpenPanel()) {
-            opener.open(*request);
-        }
-    };
+    connectShell(opener, delegate, instance, capture);
 
     // The capture shortcut, pressed anywhere; shown beside "Capture" in the status menu.
     vellumix::Settings& settings = vellumix::Settings::shared();
@@ -98,44 +120,8 @@ int main(int argc, char* argv[]) {
     vellumix::LoginItem loginItem;
     std::unique_ptr<vellumix::SettingsWindowController> settingsWindow;
 
-    // The assistant's prompt field in each window. Whether a cloud key is stored is read when
-    // the first window needs it and again after each change in the settings window. The local
-    // model server is asked for its state whenever a window opens; the open windows follow
-    // its answer.
-    std::optional<bool> hasApiKey;
-    vellumix::AIService localModel;
-    auto localAvailability = vellumix::LocalModelAvailability::otherUnavailable;
-    std::unique_ptr<vellumix::LocalModelCall> availabilityCheck;
-    bool applyingCheck = false;
-    // The assistant's clients, shared by every window and kept beyond them.
-    vellumix::GeminiService gemini;
-    vellumix::EditorWindowController::setAssistantServices(
-        {&gemini, &localModel,
-         [&keychain]() -> std::optional<QString> {
-             const QString fromEnv = qEnvironmentVariable("VELLUMIX_GEMINI_API_KEY").trimmed();
-             if (!fromEnv.isEmpty()) {
-                 return fromEnv;
-             }
-             return vellumix::ApiKeyStore(keychain).apiKey();
-         },
-         [&opener] { opener.refreshPromptFields(); }});
-    opener.promptFieldState = [&] {
-        if (!hasApiKey) {
-            hasApiKey = vellumix::ApiKeyStore(keychain).hasKey();
-        }
-        if (!applyingCheck && !availabilityCheck) {
-            availabilityCheck =
-                localModel.checkAvailability([&](vellumix::LocalModelStatus status) {
-                    localAvailability = status.availability;
-                    applyingCheck = true;
-                    opener.refreshPromptFields();
-                    applyingCheck = false;
-                    // Not from inside the call's own callback.
-                    QTimer::singleShot(0, [&availabilityCheck] { availabilityCheck.reset(); });
-                });
-        }
-        return vellumix::promptFieldState(settings.aiProvider(), *hasApiKey, localAvailability);
-    };
+    // The assistant's clients and its prompt field in every window.
+    vellumix::AppAssistant assistant(opener, settings, keychain);
     delegate.onSettings = [&] {
         if (!settingsWindow) {
             settingsWindow =
@@ -143,10 +129,7 @@ int main(int argc, char* argv[]) {
                     settings, keychain, loginItem, [&keychain] { return keychain.lastProblem(); },
                     [&globalShortcut] { return globalShortcut.problem(); }});
             settingsWindow->onShortcutChanged = applyShortcut;
-            settingsWindow->onApiKeyChanged = [&] {
-                hasApiKey.reset();
-                opener.refreshPromptFields();
-            };
+            settingsWindow->onApiKeyChanged = [&assistant] { assistant.apiKeyChanged(); };
         }
         settingsWindow->showWindow();
     };
@@ -161,7 +144,7 @@ int main(int argc, char* argv[]) {
                            }
                            // Start-up's scratch memory goes back to the system: the tray
                            // process mostly waits.
-                           QTimer::singleShot(1000, [] { malloc_trim(0); });
+                           QTimer::singleShot(1000, &vellumix::IdleMemory::releaseNow);
                        });
     return QApplication::exec();
 }

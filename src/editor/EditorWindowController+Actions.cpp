@@ -29,6 +29,28 @@ void EditorWindowController::connectActions() {
                 [this, tool = tool] { toolChevronPressed(tool); });
     }
 
+    connectStyleControls();
+    connect(m_zoomInButton, &QToolButton::clicked, this, &EditorWindowController::zoomIn);
+    connect(m_zoomOutButton, &QToolButton::clicked, this, &EditorWindowController::zoomOut);
+    m_scrollView->onZoomSteps = [this](int steps, QPointF anchor) { zoomSteps(steps, anchor); };
+    m_scrollView->onMagnify = [this](double factor, QPointF anchor) { magnify(factor, anchor); };
+    m_scrollView->onMagnifyEnded = [this] {
+        m_model->magnificationDidEnd(m_scrollView->magnification());
+        applyZoom(m_model->magnification());
+    };
+    connectFooter();
+
+    m_model->onImageChanged = [this](const QImage& image) { imageDidChange(image); };
+    CanvasDocument& canvas = m_canvas->document();
+    canvas.onEditImageCancelled = [this] { cancelImageEdit(); };
+    canvas.onMergeIntoImage = [this](const AnnotationIDSet& ids) { mergeIntoImage(ids); };
+    canvas.onCopyText = [this] { copyText(); };
+    canvas.onRequestAddOverlay = [this](std::optional<QPointF> point) {
+        addOverlayFromFile(point);
+    };
+}
+
+void EditorWindowController::connectStyleControls() {
     m_strokeWell->onColorChanged = [this](const Color& c) { m_model->strokeColorChanged(c); };
     m_strokeWell->onClear = [this] { m_model->clearStrokeColor(); };
     m_fillWell->onColorChanged = [this](const Color& c) { m_model->fillColorChanged(c); };
@@ -59,16 +81,9 @@ void EditorWindowController::connectActions() {
     }
     connect(m_alignmentGroup, &QButtonGroup::idClicked, this,
             [this](int index) { m_model->alignmentChanged(index); });
+}
 
-    connect(m_zoomInButton, &QToolButton::clicked, this, &EditorWindowController::zoomIn);
-    connect(m_zoomOutButton, &QToolButton::clicked, this, &EditorWindowController::zoomOut);
-    m_scrollView->onZoomSteps = [this](int steps, QPointF anchor) { zoomSteps(steps, anchor); };
-    m_scrollView->onMagnify = [this](double factor, QPointF anchor) { magnify(factor, anchor); };
-    m_scrollView->onMagnifyEnded = [this] {
-        m_model->magnificationDidEnd(m_scrollView->magnification());
-        applyZoom(m_model->magnification());
-    };
-
+void EditorWindowController::connectFooter() {
     connect(m_visibilityToggle, &QToolButton::clicked, this,
             &EditorWindowController::toggleAnnotationVisibility);
     connect(m_editImageButton, &QToolButton::clicked, this,
@@ -101,25 +116,20 @@ void EditorWindowController::connectActions() {
         shortcut->setContext(Qt::WindowShortcut);
         connect(shortcut, &QShortcut::activated, this, &EditorWindowController::applyImageEdit);
     }
+}
 
-    m_model->onImageChanged = [this](const QImage& image) { imageDidChange(image); };
-    CanvasDocument& canvas = m_canvas->document();
-    canvas.onEditImageCancelled = [this] { cancelImageEdit(); };
-    canvas.onMergeIntoImage = [this](const AnnotationIDSet& ids) { mergeIntoImage(ids); };
-    canvas.onCopyText = [this] { copyText(); };
-    canvas.onRequestAddOverlay = [this](std::optional<QPointF> point) {
-        const QString path = QFileDialog::getOpenFileName(
-            this, QString(), QString(),
-            QStringLiteral(
-                "Images (*.png *.jpg *.jpeg *.gif *.bmp *.webp *.tif *.tiff *.heic *.heif)"));
-        if (path.isEmpty()) {
-            return;
-        }
-        const QImage overlay = importImageFile(path);
-        if (!overlay.isNull()) {
-            m_canvas->document().addOverlay(overlay, point);
-        }
-    };
+void EditorWindowController::addOverlayFromFile(std::optional<QPointF> point) {
+    const QString path = QFileDialog::getOpenFileName(
+        this, QString(), QString(),
+        QStringLiteral(
+            "Images (*.png *.jpg *.jpeg *.gif *.bmp *.webp *.tif *.tiff *.heic *.heif)"));
+    if (path.isEmpty()) {
+        return;
+    }
+    const QImage overlay = importImageFile(path);
+    if (!overlay.isNull()) {
+        m_canvas->document().addOverlay(overlay, point);
+    }
 }
 
 void EditorWindowController::routeColorPanel() {

@@ -451,8 +451,7 @@ QWidget* EditorWindowController::buildAssistantGroup() {
     return group;
 }
 
-void EditorWindowController::showControls(const EditorControls& c) {
-    m_showingControls = true;
+void EditorWindowController::showToolButtons(const EditorControls& c) {
     for (auto& [tool, button] : m_toolButtons) {
         button->setChecked(tool == c.activeTool);
         button->setEnabled(c.toolButtonsEnabled);
@@ -470,28 +469,9 @@ void EditorWindowController::showControls(const EditorControls& c) {
     for (auto& [tool, chevron] : m_chevronButtons) {
         chevron->setEnabled(c.toolButtonsEnabled);
     }
-    m_strokeWell->setColor(c.strokeColor);
-    m_fillWell->setColor(c.fillColor);
-    m_fontWell->setColor(c.fontColor);
-    setState(m_strokeWell, c.strokeWell);
-    setState(m_fillWell, c.fillWell);
-    selectIndex(m_opacityPopUp, c.opacityIndex);
-    selectIndex(m_lineWidthPopUp, c.lineWidthIndex);
-    selectIndex(m_linePatternPopUp, c.linePatternIndex);
-    selectIndex(m_cornerRadiusPopUp, c.cornerRadiusIndex);
-    setState(m_opacityPopUp, c.opacityPopUp);
-    setState(m_lineWidthPopUp, c.lineWidthPopUp);
-    setState(m_linePatternPopUp, c.linePatternPopUp);
-    setState(m_cornerRadiusPopUp, c.cornerRadiusPopUp);
-    m_zoomOutButton->setEnabled(c.zoomOutEnabled);
-    m_zoomInButton->setEnabled(c.zoomInEnabled);
-    m_imageDimsLabel->setText(c.imageSizeText);
-    m_imageZoomLabel->setText(c.zoomText);
-    m_selectedDimsGroup->setVisible(c.selectionGroupVisible);
-    m_imageDimsGroup->setVisible(!c.selectionGroupVisible);
-    m_selectedPosLabel->setText(c.selectedPositionText);
-    m_selectedSizeLabel->setText(c.selectedSizeText);
+}
 
+void EditorWindowController::showTextControls(const EditorControls& c) {
     selectIndex(m_fontFamilyPopUp, c.fontFamilyIndex);
     selectIndex(m_fontSizePopUp, c.fontSizeIndex);
     selectIndex(m_textPaddingPopUp, c.textPaddingIndex);
@@ -516,6 +496,34 @@ void EditorWindowController::showControls(const EditorControls& c) {
     }
     setState(m_textPaddingPopUp, c.textPaddingPopUp);
     setState(m_fontWell, c.fontColorWell);
+}
+
+void EditorWindowController::showControls(const EditorControls& c) {
+    m_showingControls = true;
+    showToolButtons(c);
+    m_strokeWell->setColor(c.strokeColor);
+    m_fillWell->setColor(c.fillColor);
+    m_fontWell->setColor(c.fontColor);
+    setState(m_strokeWell, c.strokeWell);
+    setState(m_fillWell, c.fillWell);
+    selectIndex(m_opacityPopUp, c.opacityIndex);
+    selectIndex(m_lineWidthPopUp, c.lineWidthIndex);
+    selectIndex(m_linePatternPopUp, c.linePatternIndex);
+    selectIndex(m_cornerRadiusPopUp, c.cornerRadiusIndex);
+    setState(m_opacityPopUp, c.opacityPopUp);
+    setState(m_lineWidthPopUp, c.lineWidthPopUp);
+    setState(m_linePatternPopUp, c.linePatternPopUp);
+    setState(m_cornerRadiusPopUp, c.cornerRadiusPopUp);
+    m_zoomOutButton->setEnabled(c.zoomOutEnabled);
+    m_zoomInButton->setEnabled(c.zoomInEnabled);
+    m_imageDimsLabel->setText(c.imageSizeText);
+    m_imageZoomLabel->setText(c.zoomText);
+    m_selectedDimsGroup->setVisible(c.selectionGroupVisible);
+    m_imageDimsGroup->setVisible(!c.selectionGroupVisible);
+    m_selectedPosLabel->setText(c.selectedPositionText);
+    m_selectedSizeLabel->setText(c.selectedSizeText);
+
+    showTextControls(c);
     setState(m_editImageButton, c.editImageButton);
 
     m_normalGroup->setVisible(c.normalFooterVisible);

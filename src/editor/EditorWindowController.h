@@ -187,9 +187,15 @@ private:
     QWidget* buildAssistantGroup();
     QToolButton* toolButton(Tool tool);
     void showControls(const EditorControls& controls);
+    void showToolButtons(const EditorControls& controls);
+    void showTextControls(const EditorControls& controls);
 
     // +Actions
     void connectActions();
+    void connectStyleControls();
+    void connectFooter();
+    /// The canvas's "add image overlay": a picture chosen in a file dialog, placed at `point`.
+    void addOverlayFromFile(std::optional<QPointF> point);
     void toolChevronPressed(Tool tool);
     void applyZoom(double magnification, std::optional<QPointF> anchor = std::nullopt);
     void zoomSteps(int steps, QPointF anchor);

@@ -30,16 +30,11 @@ struct BundleAutosave::Worker {
         return false;
     }
 
-    // True when the stored image is `image` afterwards.
-    bool writeImage(const QImage& image) {
-        if (image.isNull() || image.cacheKey() == storedImageKey) {
-            return !image.isNull();
+    void writeImage(const QImage& image) {
+        if (!image.isNull() && image.cacheKey() != storedImageKey &&
+            settle(bundle::writeImage(image, path, services))) {
+            storedImageKey = image.cacheKey();
         }
-        if (!settle(bundle::writeImage(image, path, services))) {
-            return false;
-        }
-        storedImageKey = image.cacheKey();
-        return true;
     }
 
     Status writeState(const State& state) {
@@ -80,8 +75,8 @@ BundleAutosave::~BundleAutosave() {
 
 void BundleAutosave::writeWhole() {
     enqueue([state = m_source()](Worker& worker) {
-        if (worker.settle(bundle::write(state.image, state.annotations, worker.path,
-                                        worker.services))) {
+        if (worker.settle(
+                bundle::write(state.image, state.annotations, worker.path, worker.services))) {
             worker.storedImageKey = state.image.cacheKey();
         }
     });
@@ -141,12 +136,13 @@ Status BundleAutosave::flush() {
     stop();
     Worker& worker = *m_worker;
     const State state = m_source();
-    const bool imageStored = worker.writeImage(state.image);
     if (Status written = worker.writeState(state); !written) {
         return written;
     }
     // Previews come from what the bundle holds: read it back when this picture did not get there.
-    const QImage stored = imageStored ? state.image : bundle::readImage(worker.path);
+    const QImage stored = worker.storedImageKey == state.image.cacheKey()
+                              ? state.image
+                              : bundle::readImage(worker.path);
     if (stored.isNull()) {
         return success();
     }

@@ -250,28 +250,8 @@ void HistoryStore::reveal(const QString& bundlePath) const {
     }
 }
 
-Status HistoryStore::writeAnnotations(const QString& bundlePath,
-                                      const AnnotationList& annotations) {
-    return bundle::writeAnnotations(annotations, bundlePath, m_services);
-}
-
-Status HistoryStore::refreshImage(const QImage& image, const QString& bundlePath) {
-    return bundle::refreshImage(image, bundlePath, m_services);
-}
-
 AnnotationList HistoryStore::loadAnnotations(const QString& bundlePath) const {
     return bundle::loadAnnotations(bundlePath);
-}
-
-Status HistoryStore::saveOnClose(const QString& bundlePath, const AnnotationList& annotations) {
-    if (Status written = writeAnnotations(bundlePath, annotations); !written) {
-        return written;
-    }
-    const QImage image = bundle::readImage(bundlePath);
-    if (image.isNull()) {
-        return success();
-    }
-    return bundle::writePreviews(image, annotations, bundlePath, m_services);
 }
 
 } // namespace vellumix

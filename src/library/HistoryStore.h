@@ -66,13 +66,7 @@ public:
     /// The window closed: the bundle is pruned now if it has fallen beyond the newest 10.
     void release(const QString& bundlePath);
 
-    // The editor window's side of a bundle.
-    Status writeAnnotations(const QString& bundlePath, const AnnotationList& annotations);
-    Status refreshImage(const QImage& image, const QString& bundlePath);
     AnnotationList loadAnnotations(const QString& bundlePath) const;
-    /// The closing save: annotations first, then the previews redrawn from the stored image
-    /// (left as they were when the image cannot be read).
-    Status saveOnClose(const QString& bundlePath, const AnnotationList& annotations);
 
     /// "yyyy-MM-dd-HHmmss.vellumix" for a moment in local time; the `n`th bundle of the same
     /// second (from 2) is "yyyy-MM-dd-HHmmss-n.vellumix".

@@ -15,14 +15,6 @@ sleep 0.5
 APP_PID=$!
 sleep 1.5
 
-# The app's full-screen window (the capture overlay), if one is shown.
-overlay() {
-  local w
-  for w in $(xdotool search --onlyvisible --pid "$APP_PID" 2>/dev/null); do
-    eval "$(xdotool getwindowgeometry --shell "$w" | sed 's/^/O_/')"
-    if [ "$O_WIDTH" -eq 1280 ] && [ "$O_HEIGHT" -eq 800 ]; then echo "$w"; return; fi
-  done
-}
 expect_overlay() {
   for _ in $(seq 1 40); do
     [ -n "$(overlay)" ] && { echo "PASS ($1): the capture overlay appeared"; return; }

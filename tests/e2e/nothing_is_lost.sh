@@ -12,9 +12,8 @@ source "$(dirname "$0")/session.sh"
 start_xvfb 1440x900
 
 # A white 400 × 300 picture, and three more in other sizes.
-convert_white() { "$PROBE" --white "$1" "$2" "$3"; }
-convert_white 400 300 "$WORK/shot.png"
-for n in 1 2 3; do convert_white $((100 + n)) 80 "$WORK/more$n.png"; done
+"$PROBE" --white 400 300 "$WORK/shot.png"
+for n in 1 2 3; do "$PROBE" --white $((100 + n)) 80 "$WORK/more$n.png"; done
 
 # wait_for_windows COUNT: until the app shows that many editor windows (at most 10 s).
 wait_for_windows() {
@@ -25,28 +24,6 @@ wait_for_windows() {
     sleep 0.1
   done
   echo "$count"
-}
-
-# Opens what is given in a new app and draws a 100 × 70 rectangle from image pixel (50, 50) in
-# its window (a 400 × 300 picture opens at 100 %, image pixel (0, 0) at window point (200, 130)).
-open_and_draw() {
-  xdotool mousemove 720 450
-  "$APP" "$@" >"$WORK/app.log" 2>&1 &
-  APP_PID=$!
-  WINDOW=$(timeout 20 xdotool search --sync --onlyvisible --pid "$APP_PID" --name '^Vellumix$' |
-    head -1) || fail "no editor window appeared"
-  for _ in $(seq 1 50); do
-    xdotool windowfocus "$WINDOW" 2>/dev/null || true
-    [ "$(xdotool getwindowfocus 2>/dev/null)" = "$WINDOW" ] && break
-    sleep 0.1
-  done
-  sleep 0.5
-  eval "$(xdotool getwindowgeometry --shell "$WINDOW")"
-  at() { echo $((X + 200 + $1)) $((Y + 130 + $2)); }
-  xdotool key r
-  sleep 0.2
-  xdotool mousemove $(at 50 50) sleep 0.1 mousedown 1 sleep 0.1
-  xdotool mousemove $(at 100 85) sleep 0.1 mousemove $(at 150 120) sleep 0.1 mouseup 1
 }
 
 RECTANGLE='^\[{"type":"shape","shape":"rect","rect":\[70,70,100,70\][^{]*}\]$'
@@ -62,15 +39,11 @@ grep -q "$RECTANGLE" "$BUNDLE/annotations.json" ||
   fail "after SIGKILL annotations.json does not hold the rectangle: $(cat "$BUNDLE/annotations.json")"
 # Reopened, the window shows it: exported with Return, the picture has the red edge.
 mkdir -p "$HOME/Desktop"
-"$APP" "$BUNDLE" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
-WINDOW=$(timeout 20 xdotool search --sync --onlyvisible --pid "$APP_PID" --name '^Vellumix$' |
-  head -1) || fail "the bundle did not reopen"
-xdotool windowfocus "$WINDOW" 2>/dev/null || true
-sleep 0.5
+open_editor "$BUNDLE"
 xdotool key Return
-for _ in $(seq 1 100); do ls "$HOME"/Desktop/Vellumix-*.png >/dev/null 2>&1 && break; sleep 0.05; done
-PROBED=$("$PROBE" "$(ls -1 "$HOME"/Desktop/Vellumix-*.png | head -1)" 50 85 100 85 | tr '\n' ' ')
+EXPORTED=$(wait_for_export)
+[ -n "$EXPORTED" ] || fail "the reopened entry exported nothing"
+PROBED=$("$PROBE" "$EXPORTED" 50 85 100 85 | tr '\n' ' ')
 [ "$PROBED" = "400x300 #e01b24ff #ffffffff " ] || fail "the reopened entry lost the rectangle: $PROBED"
 echo "PASS (killed with SIGKILL): $PROBED"
 stop "$APP_PID"
@@ -112,13 +85,7 @@ PROBED=$("$PROBE" "$BUNDLE/image.png" | tr '\n' ' ')
 [ "$PROBED" = "400x300 " ] || fail "an unapplied turn reached the bundle: $PROBED"
 grep -q "$RECTANGLE" "$BUNDLE/annotations.json" ||
   fail "an unapplied turn moved the rectangle: $(cat "$BUNDLE/annotations.json")"
-"$APP" "$BUNDLE" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
-WINDOW=$(timeout 20 xdotool search --sync --onlyvisible --pid "$APP_PID" --name '^Vellumix$' |
-  head -1) || fail "the bundle did not reopen"
-xdotool windowfocus "$WINDOW" 2>/dev/null || true
-sleep 0.5
-eval "$(xdotool getwindowgeometry --shell "$WINDOW")"
+open_editor "$BUNDLE"
 rotate_in_session
 xdotool key Return
 sleep 1.5
@@ -135,13 +102,7 @@ cp -r "$BUNDLE" "$WORK/projects/Linked.vellumix"
 echo '[]' >"$WORK/precious.json"
 rm "$WORK/projects/Linked.vellumix/annotations.json"
 ln -s "$WORK/precious.json" "$WORK/projects/Linked.vellumix/annotations.json"
-"$APP" "$WORK/projects/Linked.vellumix" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
-WINDOW=$(timeout 20 xdotool search --sync --onlyvisible --pid "$APP_PID" --name '^Vellumix$' |
-  head -1) || fail "the linked project did not open"
-xdotool windowfocus "$WINDOW" 2>/dev/null || true
-sleep 0.5
-eval "$(xdotool getwindowgeometry --shell "$WINDOW")"
+open_editor "$WORK/projects/Linked.vellumix"
 xdotool key r
 sleep 0.2
 xdotool mousemove $((X + 260)) $((Y + 200)) sleep 0.1 mousedown 1 sleep 0.1

@@ -37,13 +37,6 @@ grep -q 'Capture shortcut bound through the GlobalShortcuts portal: Ctrl+Alt+K' 
   fail "the portal did not bind the capture shortcut"
 echo "PASS (bound): $(grep -o 'bound through the GlobalShortcuts portal.*' "$WORK/app.log")"
 
-overlay() {
-  local w
-  for w in $(xdotool search --onlyvisible --pid "$APP_PID" 2>/dev/null); do
-    eval "$(xdotool getwindowgeometry --shell "$w" | sed 's/^/O_/')"
-    if [ "$O_WIDTH" -eq 1280 ] && [ "$O_HEIGHT" -eq 800 ]; then echo "$w"; return; fi
-  done
-}
 # The key goes to kglobalaccel, which tells the portal, which tells Vellumix.
 xdotool key ctrl+alt+k
 for _ in $(seq 1 60); do

@@ -79,11 +79,7 @@ xdotool key Escape
 
 # Without a mouse: Export to Desktop through its action.
 "$A11Y" press "Export to Desktop"
-for _ in $(seq 1 100); do
-  ls "$HOME"/Desktop/Vellumix-*.png >/dev/null 2>&1 && break
-  sleep 0.1
-done
-EXPORTED=$(ls -1 "$HOME"/Desktop/Vellumix-*.png 2>/dev/null | head -1)
+EXPORTED=$(wait_for_export)
 [ -n "$EXPORTED" ] || fail "Export to Desktop pressed over AT-SPI exported nothing"
 "$PROBE" same "$EXPORTED" "$WORK/shot.png" 0 0 || fail "the exported PNG is not the picture"
 echo "PASS (export without a mouse): $(basename "$EXPORTED") is the picture"

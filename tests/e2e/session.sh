@@ -45,6 +45,7 @@ start_xvfb() {
   for n in $(seq 91 190); do
     if [ ! -e "/tmp/.X11-unix/X$n" ] && [ ! -e "/tmp/.X$n-lock" ]; then DISPLAY_NUMBER=$n; break; fi
   done
+  SCREEN_WIDTH=${1%x*} SCREEN_HEIGHT=${1#*x}
   Xvfb ":$DISPLAY_NUMBER" -screen 0 "${1}x24" -nolisten tcp >/dev/null 2>&1 &
   XVFB_PID=$!
   export DISPLAY=":$DISPLAY_NUMBER"
@@ -93,21 +94,79 @@ start_sni_panel() {
   cp "$(dirname "${BASH_SOURCE[0]}")/xfce4-panel-tray-only.xml" "$panel_config/xfce4-panel.xml"
   xfce4-panel --disable-wm-check >/dev/null 2>&1 &
   TRAY_PID=$!
-  for _ in $(seq 1 100); do
-    gdbus call --session -d org.kde.StatusNotifierWatcher -o /StatusNotifierWatcher \
-      -m org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher \
-      IsStatusNotifierHostRegistered 2>/dev/null | grep -q true && return
-    sleep 0.1
-  done
-  fail "xfce4-panel registered no StatusNotifierItem host"
+  sni_watcher_reports IsStatusNotifierHostRegistered true ||
+    fail "xfce4-panel registered no StatusNotifierItem host"
 }
 
 wait_for_sni_item() {
-  for _ in $(seq 1 100); do
-    gdbus call --session -d org.kde.StatusNotifierWatcher -o /StatusNotifierWatcher \
-      -m org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher \
-      RegisteredStatusNotifierItems 2>/dev/null | grep -q StatusNotifierItem && return
+  sni_watcher_reports RegisteredStatusNotifierItems StatusNotifierItem ||
+    fail "the app registered no StatusNotifierItem"
+}
+
+# open_editor ARGS...: launches the app with ARGS and waits for its editor window to appear and
+# take the focus; WINDOW, X, Y, WIDTH and HEIGHT describe it afterwards.
+open_editor() {
+  "$APP" "$@" >"$WORK/app.log" 2>&1 &
+  APP_PID=$!
+  WINDOW=$(timeout 20 xdotool search --sync --onlyvisible --pid "$APP_PID" --name '^Vellumix$' |
+    head -1) || fail "no editor window appeared"
+  # Typing goes to the focused window: a loaded machine can take a while to map and focus it.
+  for _ in $(seq 1 50); do
+    xdotool windowfocus "$WINDOW" 2>/dev/null || true
+    [ "$(xdotool getwindowfocus 2>/dev/null)" = "$WINDOW" ] && break
     sleep 0.1
   done
-  fail "the app registered no StatusNotifierItem"
+  sleep 0.5
+  eval "$(xdotool getwindowgeometry --shell "$WINDOW")"
+}
+
+# Waits (at most 10 s) for a picture exported to the desktop and prints its path; none: empty.
+wait_for_export() {
+  for _ in $(seq 1 100); do
+    ls "$HOME"/Desktop/Vellumix-*.png >/dev/null 2>&1 && break
+    sleep 0.1
+  done
+  ls -1 "$HOME"/Desktop/Vellumix-*.png 2>/dev/null | head -1
+}
+
+# The app's screen-filling window (the capture overlay), if one is shown.
+overlay() {
+  local w
+  for w in $(xdotool search --onlyvisible --pid "$APP_PID" 2>/dev/null); do
+    eval "$(xdotool getwindowgeometry --shell "$w" | sed 's/^/O_/')"
+    if [ "$O_WIDTH" -eq "$SCREEN_WIDTH" ] && [ "$O_HEIGHT" -eq "$SCREEN_HEIGHT" ]; then
+      echo "$w"
+      return
+    fi
+  done
+}
+
+# sni_watcher_reports PROPERTY PATTERN: waits (at most 10 s) until the StatusNotifierWatcher's
+# PROPERTY matches PATTERN; false when it never does.
+sni_watcher_reports() {
+  for _ in $(seq 1 100); do
+    gdbus call --session -d org.kde.StatusNotifierWatcher -o /StatusNotifierWatcher \
+      -m org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher "$1" 2>/dev/null |
+      grep -q "$2" && return 0
+    sleep 0.1
+  done
+  return 1
+}
+
+# Image pixel (x, y) of a 400 × 300 picture, which opens at 100 % centred in the editor's canvas
+# area: image pixel (0, 0) is window point (200, 130).
+at() { echo $((X + 200 + $1)) $((Y + 130 + $2)); }
+
+# open_and_draw ARGS...: opens ARGS in a new app on the screen under the mouse, then draws a
+# 100 × 70 rectangle from image pixel (50, 50) with the R key and a mouse drag.
+open_and_draw() {
+  xdotool mousemove 720 450
+  open_editor "$@"
+  xdotool key r
+  sleep 0.2
+  xdotool mousemove $(at 50 50) sleep 0.1 mousedown 1 sleep 0.1
+  xdotool mousemove $(at 100 85) sleep 0.1
+  xdotool mousemove $(at 150 120) sleep 0.1
+  xdotool mouseup 1
+  sleep 0.5
 }

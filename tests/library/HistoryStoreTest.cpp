@@ -96,8 +96,9 @@ TEST_F(HistoryStoreTest, EntriesAreNewestFirstByAnnotationsDate) {
     EXPECT_EQ(entries[0].thumbnail.size(), QSize(40, 27));
 
     // Saving annotations moves an entry to the top.
-    ASSERT_TRUE(store.saveOnClose(
-        b, {makeShape(ShapeAnnotation::Shape::rect, QRectF(20, 20, 30, 20), AnnotationStyle())}));
+    ASSERT_TRUE(bundle::writeAnnotations(
+        {makeShape(ShapeAnnotation::Shape::rect, QRectF(20, 20, 30, 20), AnnotationStyle())}, b,
+        BundleServices{}));
     EXPECT_EQ(store.allEntries(10).front().bundlePath, b);
     EXPECT_EQ(store.loadAnnotations(b).size(), 1u);
     EXPECT_EQ(store.allEntries(2).size(), 2u);

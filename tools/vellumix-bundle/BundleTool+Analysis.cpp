@@ -85,7 +85,7 @@ std::optional<RedactOptions> redactOptions(const QStringList& args) {
 // The redacted image into the bundle, with its previews; the annotations stay as they are.
 Status saveRedactedImage(const CanvasDocument& canvas, const QString& bundlePath) {
     const BundleServices services = platformBundleServices();
-    Status saved = bundle::refreshImage(canvas.image(), bundlePath, services);
+    Status saved = bundle::writeImage(canvas.image(), bundlePath, services);
     if (saved) {
         saved = bundle::writePreviews(canvas.image(), canvas.annotations(), bundlePath, services);
     }

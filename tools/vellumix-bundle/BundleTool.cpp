@@ -325,7 +325,7 @@ Status saveAskResult(const CanvasDocument& canvas, const QImage& original,
     const BundleServices services = platformBundleServices();
     Status saved = canvas.image() == original
                        ? Status(std::monostate())
-                       : bundle::refreshImage(canvas.image(), bundlePath, services);
+                       : bundle::writeImage(canvas.image(), bundlePath, services);
     if (saved) {
         saved = bundle::writeAnnotations(canvas.annotations(), bundlePath, services);
     }
