@@ -86,6 +86,7 @@ TEST_F(BundleAutosaveTest, AnUnappliedImageEditIsNeverWritten) {
 }
 
 TEST_F(BundleAutosaveTest, UnchangedOverlaysAreNotEncodedAgainAndFailuresReportOnce) {
+    autosave->setDelays(BundleAutosave::annotationsDelayMs, 60'000); // no thumbnail encodes
     OverlayAnnotation overlay;
     overlay.rect = QRectF(30, 30, 16, 16);
     overlay.image = picture(8, 8, Qt::green);
