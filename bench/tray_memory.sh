@@ -41,7 +41,9 @@ done
 END=$(rss)
 sleep 5
 IDLE=$(rss)
-[ -n "${SHOW_SMAPS:-}" ] && { awk '/^[0-9a-f]+-/ {name=$6; range=$1} /^Rss/ {if ($2 > 2000) print $2, range, name}' /proc/$APP_PID/smaps; grep -E "^(Rss|Pss|Anonymous|Shared_Clean|Private_Dirty)" /proc/$APP_PID/smaps_rollup; awk '/^[0-9a-f]+-/ {name=$6} /^Rss/ {r[name]+=$2} END {for (n in r) if (r[n] > 2000) print r[n], n}' /proc/$APP_PID/smaps | sort -rn | head -12; }
+[ -n "${SHOW_SMAPS:-}" ] && { awk '/^[0-9a-f]+-/ {name=$6; range=$1} /^Rss/ {if ($2 > 2000) print $2, range, name}' /proc/$APP_PID/smaps; grep -E "^(Rss|Pss|Anonymous|Shared_Clean|Private_Dirty)" /proc/$APP_PID/smaps_rollup; awk '/^[0-9a-f]+-/ {name=$6} /^Rss/ {r[name]+=$2} END {for (n in r) if (r[n] > 500) print r[n], n}' /proc/$APP_PID/smaps | sort -rn | head -40; }
+# MALLOC_STATS=1: the allocator's own account of each arena (needs gdb), for finding what stays.
+[ -n "${MALLOC_STATS:-}" ] && { gdb -p "$APP_PID" -batch -ex 'call (void) malloc_stats()' >/dev/null 2>&1; grep -A3 -E '^(Arena|Total)' "$WORK/app.log" | grep -v '^--'; }
 MEDIAN=$(printf '%s\n' "${TIMES[@]}" | sort -n | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}')
 echo "cycles=$CYCLES rss_kib start=$START at50=${AT50:-n/a} peak=$PEAK end=$END idle5s=$IDLE" \
   "ratio_idle=$(awk "BEGIN {printf \"%.2f\", $IDLE / $START}") open_median_ms=$MEDIAN"

@@ -19,6 +19,9 @@ public:
     void cancel() { m_timer.stop(); }
     /// Clears the pixmap cache and returns the allocator's free pages to the system.
     static void releaseNow();
+    /// Once, before anything allocates much: pictures get their own mappings, so freeing one
+    /// returns it at once, and worker threads' arenas shrink as they free.
+    static void configureAllocator();
 
 private:
     QTimer m_timer;

@@ -79,6 +79,7 @@ int main(int argc, char* argv[]) {
     // Text recognition runs one engine per core; OpenMP threads inside each would fight them.
     // The variable must be set before the process starts: without it, this restarts once.
     vellumix::ensureOcrThreadLimit(argc, argv);
+    vellumix::IdleMemory::configureAllocator();
     QApplication app(argc, argv);
     describeApplication();
 

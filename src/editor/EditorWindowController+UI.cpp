@@ -17,6 +17,7 @@
 #include <QFrame>
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
@@ -185,6 +186,14 @@ void selectIndex(QComboBox* box, int index) {
 } // namespace
 
 QIcon editorIcon(const QString& name, const QColor& color) {
+    // Every window shows the same few dozen icons: each is drawn once per colour and shared.
+    // Drawn per window, every SVG render also stayed in the pixmap cache under a new key, so a
+    // day of windows grew the tray process. Never freed: the process's icons, for its lifetime.
+    static auto* const drawn = new QHash<QString, QIcon>;
+    const QString key = name + QLatin1Char('/') + color.name(QColor::HexArgb);
+    if (const auto found = drawn->constFind(key); found != drawn->cend()) {
+        return *found;
+    }
     QIcon icon;
     const QIcon mask(QStringLiteral(":/icons/editor/%1.svg").arg(name));
     for (int side : {16, 18, 22, 32, 36, 44}) {
@@ -198,6 +207,7 @@ QIcon editorIcon(const QString& name, const QColor& color) {
         painter.end();
         icon.addPixmap(pixmap);
     }
+    drawn->insert(key, icon);
     return icon;
 }
 
