@@ -53,8 +53,8 @@ public:
     }
 
     QRectF toCanvas(const PixelRect& r) const {
-        return {geometry::canvasInset + r.x * m_scale, geometry::canvasInset + r.y * m_scale,
-                r.width * m_scale, r.height * m_scale};
+        return geometry::toCanvas(
+            QRectF(r.x * m_scale, r.y * m_scale, r.width * m_scale, r.height * m_scale));
     }
 
     void createShape(const CreateShapeCommand& c, AICommandResult& result) {

@@ -1,5 +1,6 @@
 #include "AIContext.h"
 
+#include "ai/ConsoleText.h"
 #include "model/AnnotationGeometry.h"
 
 #include <QTextBoundaryFinder>
@@ -45,8 +46,8 @@ QString imagePixelRect(const Annotation& a, const AIContext::Inputs& in) {
     if (!(s > 0)) {
         return rectText(0, 0, 0, 0);
     }
-    return rectText(roundAway((b.left() - geometry::canvasInset) / s),
-                    roundAway((b.top() - geometry::canvasInset) / s), roundAway(b.width() / s),
+    const QPointF topLeft = geometry::toImage(b.topLeft()) / s;
+    return rectText(roundAway(topLeft.x()), roundAway(topLeft.y()), roundAway(b.width() / s),
                     roundAway(b.height() / s));
 }
 
@@ -218,11 +219,11 @@ AIContext AIContext::compact(const Inputs& in) {
 
 QString AIContext::logLine(QueryRoute route, const AIContext& context, bool withText) {
     if (withText) {
-        return QStringLiteral("[Vellumix] AI context (%1):\n%2\n---")
+        return console::appLine(QStringLiteral("AI context (%1):\n%2\n---"))
             .arg(rawValue(route), context.summary);
     }
     const qsizetype lines = context.summary.isEmpty() ? 0 : context.summary.count(u'\n') + 1;
-    return QStringLiteral("[Vellumix] AI context (%1): %2 %3, %4 %5")
+    return console::appLine(QStringLiteral("AI context (%1): %2 %3, %4 %5"))
         .arg(rawValue(route))
         .arg(lines)
         .arg(lines == 1 ? QStringLiteral("line") : QStringLiteral("lines"))

@@ -3,9 +3,8 @@
 #include "ai/AICanvasCommander.h"
 #include "ai/AIContext.h"
 #include "ai/AIRequestFlow+Run.h"
+#include "ai/ConsoleText.h"
 #include "canvas/CanvasDocument.h"
-
-#include <cstdio>
 
 namespace vellumix {
 
@@ -87,14 +86,13 @@ void AIRequestFlow::log(const QString& line) const {
     if (m_clients.log) {
         m_clients.log(line);
     } else {
-        std::printf("%s\n", qPrintable(line));
-        std::fflush(stdout);
+        console::print(line);
     }
 }
 
 void AIRequestFlow::logOutside(const AICommandResult& result) const {
     for (const auto& [command, box] : result.outside) {
-        log(QStringLiteral("[Vellumix] AI box off the image dropped: [%1,%2 %3×%4]")
+        log(console::appLine(QStringLiteral("AI box off the image dropped: [%1,%2 %3×%4]"))
                 .arg(box.x)
                 .arg(box.y)
                 .arg(box.width)
@@ -135,8 +133,8 @@ void AIRequestFlow::start(AIProvider provider, const QString& query,
 }
 
 void AIRequestFlow::redactLocally(const RunPtr& run) {
-    log(QStringLiteral("[Vellumix] AI route: redaction, on this computer  query=\"") + run->query +
-        QLatin1Char('"'));
+    log(console::appLine(QStringLiteral("AI route: redaction, on this computer  query=\"")) +
+        run->query + QLatin1Char('"'));
     if (!m_host.redactSensitiveText) {
         fail(run, QStringLiteral("Redaction isn't available here."));
         return;

@@ -9,8 +9,6 @@
 #include <QNetworkRequest>
 #include <QTimer>
 
-#include <cstdio>
-
 namespace vellumix {
 
 namespace detail {
@@ -84,8 +82,7 @@ public:
         if (m_config.log) {
             m_config.log(line);
         } else {
-            std::printf("%s\n", line.toUtf8().constData());
-            std::fflush(stdout);
+            console::print(line);
         }
     }
 
@@ -289,7 +286,7 @@ AIService::classify(const QString& query, std::function<void(std::optional<Query
                              }
                          }
                          if (error) {
-                             runner->log(QStringLiteral("[Vellumix] LLM classify failed: ") +
+                             runner->log(console::appLine(QStringLiteral("LLM classify failed: ")) +
                                          console::excerpt(error->description.isEmpty()
                                                               ? error->type
                                                               : error->description));

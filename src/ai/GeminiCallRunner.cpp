@@ -1,9 +1,9 @@
 #include "GeminiCallRunner.h"
 
+#include "ai/ConsoleText.h"
+
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
-
-#include <cstdio>
 
 namespace vellumix::detail {
 
@@ -205,8 +205,7 @@ void GeminiCallRunner::writeLog(const QString& line) const {
     if (m_route.log) {
         m_route.log(line);
     } else {
-        std::printf("%s\n", line.toUtf8().constData());
-        std::fflush(stdout);
+        console::print(line);
     }
 }
 

@@ -72,7 +72,7 @@ QString geminiErrorLogLine(const GeminiFailure& failure) {
                              ? QStringLiteral("GeminiError")
                              : QStringLiteral("NetworkError");
     // An HTTP error's text holds the server's body.
-    return QStringLiteral("[Vellumix] Gemini error: ") + type + QStringLiteral(" — ") +
+    return console::appLine(QStringLiteral("Gemini error: ")) + type + QStringLiteral(" — ") +
            console::excerpt(ownDescription(failure));
 }
 

@@ -2,6 +2,7 @@
 
 #include "Directives.h"
 #include "RequestTexts.h"
+#include "ai/ConsoleText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -209,7 +210,7 @@ QString detectionSendingStatus(qint64 pngBytes) {
 }
 
 QString encodedImageLogLine(int index, QSize pixelSize, qint64 pngBytes) {
-    return QStringLiteral("[Gemini] image[%1]: %2×%3 px → PNG %4 bytes (%5 KB)")
+    return console::geminiLine(QStringLiteral("image[%1]: %2×%3 px → PNG %4 bytes (%5 KB)"))
         .arg(index)
         .arg(pixelSize.width())
         .arg(pixelSize.height())

@@ -257,7 +257,7 @@ GeminiParsed<json> contentRoot(const std::optional<GeminiHttpAnswer>& answer,
         const QString what =
             QStringLiteral("Non-JSON response (%1 bytes)").arg(answer->body.size());
         if (log) {
-            log(QStringLiteral("[Gemini] ") + what + QStringLiteral(":\n") +
+            log(console::geminiLine(QStringLiteral("")) + what + QStringLiteral(":\n") +
                 geminiBodyPreview(answer->body, console::serverTextLimit));
         }
         return GeminiError::decode(what);
@@ -325,8 +325,8 @@ void rescaleFromGrid(QList<AICanvasDirectivePublic>& shapes, QSize imageSize,
         }
     }
     if (log) {
-        log(QStringLiteral("[Gemini] Detection coords look 0–1000 normalized on a %1×%2 image — "
-                           "denormalizing to pixels.")
+        log(console::geminiLine(QStringLiteral("Detection coords look 0–1000 normalized on a %1×%2 "
+                                               "image — denormalizing to pixels."))
                 .arg(w)
                 .arg(h));
     }
@@ -427,7 +427,7 @@ GeminiParsed<GeminiResult> parseImageEditResponse(const std::optional<GeminiHttp
         if (const auto message = stringMember(*error, "message")) {
             const auto code = integerMember(*error, "code");
             const QString codeText = code ? QStringLiteral(" %1").arg(*code) : QString();
-            say(QStringLiteral("[Gemini] API error") + codeText + QStringLiteral(": ") +
+            say(console::geminiLine(QStringLiteral("API error")) + codeText + QStringLiteral(": ") +
                 console::excerpt(*message));
             return GeminiError::decode(QStringLiteral("API error") + codeText +
                                        QStringLiteral(": ") + *message);
@@ -435,7 +435,7 @@ GeminiParsed<GeminiResult> parseImageEditResponse(const std::optional<GeminiHttp
     }
     if (const json* feedback = member(root, "promptFeedback")) {
         if (const auto reason = stringMember(*feedback, "blockReason")) {
-            say(QStringLiteral("[Gemini] Prompt blocked: ") + *reason +
+            say(console::geminiLine(QStringLiteral("Prompt blocked: ")) + *reason +
                 QStringLiteral(" — full feedback: ") + console::excerpt(printed(*feedback)));
             return GeminiError::decode(QStringLiteral("Prompt blocked: ") + *reason);
         }
@@ -443,7 +443,7 @@ GeminiParsed<GeminiResult> parseImageEditResponse(const std::optional<GeminiHttp
     const json* candidate = firstCandidate(root);
     if (!candidate) {
         const QString keys = topLevelKeys(root);
-        say(QStringLiteral("[Gemini] No candidates in response. Top-level keys: ") +
+        say(console::geminiLine(QStringLiteral("No candidates in response. Top-level keys: ")) +
             console::excerpt(keys) + QStringLiteral("\nBody:\n") +
             geminiBodyPreview(answer->body, console::serverTextLimit));
         return GeminiError::decode(QStringLiteral("No candidates returned (top-level keys: ") +
@@ -468,7 +468,7 @@ GeminiParsed<GeminiResult> parseImageEditResponse(const std::optional<GeminiHttp
             message += QStringLiteral(" — blocked: ") + blocked;
         }
         // A part whose image would not decode still holds its data: never print that.
-        say(QStringLiteral("[Gemini] Candidate without parts: ") +
+        say(console::geminiLine(QStringLiteral("Candidate without parts: ")) +
             console::excerpt(printed(console::withoutImageData(*candidate))));
         return GeminiError::decode(message);
     }

@@ -1,11 +1,10 @@
 #include "GeminiService.h"
 
+#include "ai/ConsoleText.h"
 #include "ai/GeminiCallRunner.h"
 #include "ai/GeminiRequests.h"
 
 #include <QNetworkAccessManager>
-
-#include <cstdio>
 
 namespace vellumix {
 
@@ -14,11 +13,6 @@ using detail::PreparedRequest;
 using detail::TypedCallRunner;
 
 namespace {
-
-void printLine(const QString& line) {
-    std::printf("%s\n", line.toUtf8().constData());
-    std::fflush(stdout);
-}
 
 /// Encodes every image as PNG; none when any of them cannot be encoded.
 std::optional<QList<QByteArray>> encodeAll(const QList<QImage>& images, const PngEncoder& encode,
@@ -113,7 +107,7 @@ GeminiService::GeminiService(Options options)
         m_options.baseUrl = defaultBaseUrl();
     }
     if (!m_options.log) {
-        m_options.log = printLine;
+        m_options.log = console::print;
     }
     if (!m_options.pngEncoder) {
         m_options.pngEncoder = encodePngWithQt;

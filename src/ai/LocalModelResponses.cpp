@@ -88,8 +88,7 @@ bool hasType(const json& value, const std::string& type) {
 }
 
 // The content as JSON, checked against its schema.
-LocalResult<json> structuredAnswer(const QByteArray& body, const char* what,
-                                   const json& schema) {
+LocalResult<json> structuredAnswer(const QByteArray& body, const char* what, const json& schema) {
     LocalResult<QString> content = chatAnswerContent(body);
     if (const auto* error = std::get_if<LocalModelError>(&content)) {
         return *error;
@@ -122,7 +121,7 @@ QString localOperationLabel(QueryRoute route) {
 QString localErrorLogLine(const QString& operation, const LocalModelError& error) {
     // Both parts can come from the server's body; together they stay within the limit.
     constexpr int typeLimit = 40;
-    return QStringLiteral("[Vellumix] AI ") + operation + QStringLiteral(" error: ") +
+    return console::appLine(QStringLiteral("AI ")) + operation + QStringLiteral(" error: ") +
            console::excerpt(error.type, typeLimit) + QStringLiteral(" — ") +
            console::excerpt(error.description, console::serverTextLimit - typeLimit);
 }

@@ -1,5 +1,7 @@
 #include "Routing.h"
 
+#include "ai/ConsoleText.h"
+
 namespace vellumix {
 
 namespace {
@@ -72,8 +74,8 @@ QueryRoute decideRoute(std::optional<QueryRoute> llm, std::optional<QueryRoute> 
 QString routeLogLine(AIProvider provider, std::optional<QueryRoute> llm,
                      std::optional<QueryRoute> fast, QueryRoute route, const QString& query) {
     const QString prefix = isCloudProvider(provider)
-                               ? QStringLiteral("[Vellumix] Gemini route: llm=")
-                               : QStringLiteral("[Vellumix] AI route: llm=");
+                               ? console::appLine(QStringLiteral("Gemini route: llm="))
+                               : console::appLine(QStringLiteral("AI route: llm="));
     return prefix + routeName(llm) + QStringLiteral(" fast=") + routeName(fast) +
            QStringLiteral(" → ") + rawValue(route) + QStringLiteral("  query=\"") + query +
            QLatin1Char('"');

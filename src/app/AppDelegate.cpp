@@ -2,6 +2,7 @@
 
 #include "DocumentOpener.h"
 #include "HomeWindow.h"
+#include "ai/ConsoleText.h"
 #include "library/CaptureShortcut.h"
 #include "library/HistoryStore.h"
 #include "platform/DisplaySession.h"
@@ -9,8 +10,6 @@
 
 #include <QApplication>
 #include <QTimer>
-
-#include <cstdio>
 
 // The app's resources live in a static library, which must register them itself (from the
 // global namespace, where the resource functions are declared).
@@ -27,8 +26,7 @@ namespace vellumix {
 namespace {
 
 void say(const char* line) {
-    std::printf("[Vellumix] %s\n", line);
-    std::fflush(stdout);
+    console::say(QString::fromUtf8(line));
 }
 
 // How long the home window's capture waits for the window to be gone from the screen: the
@@ -59,7 +57,7 @@ AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching(bool showHomeWithoutTray) {
     const DisplaySession session = detectDisplaySession();
-    std::printf("[Vellumix] Display session: %s\n", qPrintable(describe(session)));
+    console::say(QStringLiteral("Display session: ") + describe(session));
     installTrayIcon();
     if (QSystemTrayIcon::isSystemTrayAvailable()) {
         return;
@@ -85,10 +83,9 @@ void AppDelegate::installTrayIcon() {
                     m_statusMenu->popup(QCursor::pos());
                 }
             });
-    std::printf("[Vellumix] Tray: %s\n", desktopDrawsMenu
-                                             ? "StatusNotifierItem, menu drawn by the desktop"
-                                             : "XEmbed or none, menu drawn by Vellumix");
-    std::fflush(stdout);
+    console::say(desktopDrawsMenu
+                     ? QStringLiteral("Tray: StatusNotifierItem, menu drawn by the desktop")
+                     : QStringLiteral("Tray: XEmbed or none, menu drawn by Vellumix"));
     m_trayIcon->show();
 }
 

@@ -1,5 +1,6 @@
 #include "DocumentOpener.h"
 
+#include "ai/ConsoleText.h"
 #include "bundle/ProjectBundle.h"
 #include "library/HistoryStore.h"
 #include "library/StyleLibrary.h"
@@ -12,15 +13,12 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 
-#include <cstdio>
-
 namespace vellumix {
 
 namespace {
 
 void say(const QString& line) {
-    std::printf("[Vellumix] %s\n", qPrintable(line));
-    std::fflush(stdout);
+    console::say(line);
 }
 
 bool isInside(const QString& path, const QString& folder) {
@@ -149,8 +147,7 @@ void DocumentOpener::openNewImage(QImage image, std::optional<QString> sourceFor
         document.bundlePath = *created;
         document.bundleIsNew = true;
     } else {
-        std::printf("Save failed: %s\n", qPrintable(created.error().message));
-        std::fflush(stdout);
+        console::print(console::saveFailedLine(created.error().message));
     }
     document.image = std::move(image);
     openDocument(std::move(document));

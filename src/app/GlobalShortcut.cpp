@@ -1,5 +1,6 @@
 #include "app/GlobalShortcut.h"
 
+#include "ai/ConsoleText.h"
 #include "library/CaptureShortcut.h"
 #include "library/Settings.h"
 #include "platform/DisplaySession.h"
@@ -7,8 +8,6 @@
 #include "platform/X11KeyGrab.h"
 
 #include <QTimer>
-
-#include <cstdio>
 
 namespace vellumix {
 
@@ -35,8 +34,7 @@ std::uint32_t flagsFromX11(std::uint16_t mask) {
 }
 
 void logLine(const QString& line) {
-    std::printf("[Vellumix] %s\n", qPrintable(line));
-    std::fflush(stdout);
+    console::say(line);
 }
 
 } // namespace

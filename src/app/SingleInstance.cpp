@@ -1,11 +1,11 @@
 #include "SingleInstance.h"
 
+#include "ai/ConsoleText.h"
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QFileInfo>
-
-#include <cstdio>
 
 namespace vellumix {
 
@@ -38,9 +38,8 @@ bool SingleInstance::claim(const QStringList& files, bool capture, QDBusConnecti
         call.setArguments(arguments);
         const QDBusMessage reply = bus.call(call, QDBus::BlockWithGui, 5000);
         if (reply.type() == QDBusMessage::ErrorMessage) {
-            std::printf("[Vellumix] The running instance did not answer (%s); starting anyway\n",
-                        qPrintable(reply.errorMessage()));
-            std::fflush(stdout);
+            console::say(QStringLiteral("The running instance did not answer (%1); starting anyway")
+                             .arg(reply.errorMessage()));
             return false;
         }
         return true;

@@ -1,10 +1,9 @@
 #include "ProjectBundle.h"
+#include "ai/ConsoleText.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QUuid>
-
-#include <cstdio>
 
 namespace vellumix::bundle {
 
@@ -24,8 +23,7 @@ bool isOwnFile(const QString& path) {
     if (!QFileInfo(path).isSymLink()) {
         return true;
     }
-    std::printf("[Vellumix] Not following the symbolic link %s\n", qPrintable(path));
-    std::fflush(stdout);
+    console::say(QStringLiteral("Not following the symbolic link ") + path);
     return false;
 }
 

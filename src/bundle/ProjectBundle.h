@@ -31,7 +31,8 @@ struct BundleServices {
 /// renamed into place, so an interrupted write never leaves a truncated file behind.
 namespace bundle {
 
-inline const QString extension = QStringLiteral(".vellumix");
+/// The folder name's suffix, without its dot: history bundles and projects alike.
+inline const QString extension = QStringLiteral("vellumix");
 inline const QString imageFile = QStringLiteral("image.png");
 inline const QString annotationsFile = QStringLiteral("annotations.json");
 inline const QString thumbnailFile = QStringLiteral("thumbnail.png");

@@ -15,8 +15,8 @@ void AnnotationCanvasView::paintEvent(QPaintEvent* event) {
     // Painting goes straight to the device pixels. At fractional scale factors the widget can
     // start between two of them; the image is moved onto whole device pixels so that at 1:1 it
     // is copied pixel for pixel instead of resampled half a pixel off.
-    const QPointF imageOrigin = painter.deviceTransform().map(
-        QPointF(geometry::canvasInset, geometry::canvasInset) * m_magnification);
+    const QPointF imageOrigin =
+        painter.deviceTransform().map(geometry::imageOrigin() * m_magnification);
     const QPointF offGrid(std::round(imageOrigin.x()) - imageOrigin.x(),
                           std::round(imageOrigin.y()) - imageOrigin.y());
     painter.translate(offGrid / devicePixelRatioF());

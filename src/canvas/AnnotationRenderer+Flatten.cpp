@@ -66,7 +66,8 @@ std::optional<QImage> renderFlattened(const QImage& image, std::span<const Annot
     sheet.image.setDotsPerMeterY(qRound(pointsPerMetre * pixelHeight / h));
     const double scale = w / image.width();
     sheet.canvasToSheet = QTransform::fromScale(scale, scale);
-    sheet.canvasToSheet.translate(-geometry::canvasInset, -geometry::canvasInset);
+    const QPointF origin = geometry::imageOrigin();
+    sheet.canvasToSheet.translate(-origin.x(), -origin.y());
 
     // Every core draws: the rows are split into bands, one per core.
     uchar* bits = sheet.image.bits();

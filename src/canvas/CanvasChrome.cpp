@@ -204,9 +204,10 @@ QString sizeLabelText(const QRectF& rect) {
 }
 
 QString cursorLabelText(QPointF canvasPoint) {
+    const QPointF pixel = geometry::toImage(canvasPoint);
     return QStringLiteral("%1, %2 px")
-        .arg(static_cast<long long>(std::trunc(canvasPoint.x() - geometry::canvasInset)))
-        .arg(static_cast<long long>(std::trunc(canvasPoint.y() - geometry::canvasInset)));
+        .arg(static_cast<long long>(std::trunc(pixel.x())))
+        .arg(static_cast<long long>(std::trunc(pixel.y())));
 }
 
 } // namespace vellumix::render

@@ -99,8 +99,7 @@ void CanvasDocument::setImageAndAnnotations(QImage image, AnnotationList list) {
 }
 
 QRectF CanvasDocument::imageRect() const {
-    return {geometry::canvasInset, geometry::canvasInset, double(m_image.width()),
-            double(m_image.height())};
+    return geometry::imageOnCanvas(m_image.size());
 }
 
 void CanvasDocument::assignAnnotations(AnnotationList list) {

@@ -65,7 +65,7 @@ void drawSelection(QPainter& painter, const CanvasSnapshot& c) {
 void drawCanvas(QPainter& painter, const CanvasSnapshot& c) {
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing |
                            QPainter::SmoothPixmapTransform);
-    painter.drawImage(QPointF(geometry::canvasInset, geometry::canvasInset), c.image);
+    painter.drawImage(geometry::imageOrigin(), c.image);
     if (!c.showsAnnotations) {
         return;
     }

@@ -1,5 +1,6 @@
 #include "capture/CaptureController.h"
 
+#include "ai/ConsoleText.h"
 #include "capture/CaptureGeometry.h"
 #include "capture/CaptureView.h"
 #include "capture/ScrollCapture.h"
@@ -9,8 +10,6 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
-
-#include <iostream>
 
 namespace vellumix {
 
@@ -139,7 +138,7 @@ void CaptureController::handBack(QImage image) {
 }
 
 void CaptureController::fail(const QString& reason) {
-    std::cout << "Screen capture error: " << reason.toStdString() << std::endl;
+    console::print(QStringLiteral("Screen capture error: ") + reason);
     closeOverlay();
     m_running = false;
     if (const auto failed = onFailed) {

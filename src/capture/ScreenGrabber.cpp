@@ -1,13 +1,12 @@
 #include "capture/ScreenGrabber.h"
 
+#include "ai/ConsoleText.h"
 #include "capture/PortalScreenGrabber.h"
 #include "platform/DisplaySession.h"
 
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QScreen>
-
-#include <iostream>
 
 namespace vellumix {
 
@@ -33,12 +32,11 @@ std::unique_ptr<ScreenGrabber> makeScreenGrabber() {
     // Under Wayland (XWayland included) the server shows a client only its own windows; the
     // compositor hands out the desktop through the Screenshot portal instead.
     if (session.usesPortals()) {
-        std::cout << "[Vellumix] capture route: Screenshot portal, session "
-                  << describe(session).toStdString() << std::endl;
+        console::say(QStringLiteral("capture route: Screenshot portal, session ") +
+                     describe(session));
         return std::make_unique<PortalScreenGrabber>();
     }
-    std::cout << "[Vellumix] capture route: X11 screen grab, session "
-              << describe(session).toStdString() << std::endl;
+    console::say(QStringLiteral("capture route: X11 screen grab, session ") + describe(session));
     return std::make_unique<X11ScreenGrabber>();
 }
 

@@ -46,9 +46,9 @@ void EditorModel::fillReadouts(EditorControls& c) const {
     const auto rect = m_inProgressRect ? m_inProgressRect : m_selectionRect;
     c.selectionGroupVisible = rect.has_value();
     if (rect) {
-        const double inset = geometry::canvasInset;
-        c.selectedPositionText = QStringLiteral("x: ") + rounded((rect->x() - inset) / r) +
-                                 QStringLiteral(", y: ") + rounded((rect->y() - inset) / r);
+        const QPointF position = geometry::toImage(rect->topLeft()) / r;
+        c.selectedPositionText = QStringLiteral("x: ") + rounded(position.x()) +
+                                 QStringLiteral(", y: ") + rounded(position.y());
         c.selectedSizeText = sizeText(rect->width() / r, rect->height() / r);
     }
 }

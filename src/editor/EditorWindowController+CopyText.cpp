@@ -22,7 +22,7 @@ void EditorWindowController::copyText() {
         area = area ? geometry::unite(*area, bounds) : bounds;
     }
     if (area) {
-        area = area->translated(-geometry::canvasInset, -geometry::canvasInset);
+        area = geometry::toImage(*area);
     }
     if (!m_visionAnalysis->cached()) {
         m_statusToast->showMessage(QStringLiteral("Reading text…"), 0);

@@ -7,6 +7,7 @@
 #include "imaging/Redaction.h"
 #include "library/BundleAutosave.h"
 #include "library/Settings.h"
+#include "model/AnnotationGeometry.h"
 #include "platform/ImageFilters.h"
 
 #include <QApplication>
@@ -108,7 +109,7 @@ void EditorWindowController::straightenDocument() {
     // The page becomes the whole picture: the crop starts over on it, the annotations stay.
     CanvasDocument& document = m_canvas->document();
     replaceInSession({*straightened, document.annotations()},
-                     QRectF(QPointF(20, 20), QSizeF(straightened->size())));
+                     geometry::imageOnCanvas(straightened->size()));
 }
 
 void EditorWindowController::applyImageEdit() {

@@ -55,8 +55,7 @@ void EditorWindowController::setRedactMode(bool on) {
 }
 
 void EditorWindowController::followSessionImage() {
-    m_redactionMarks->setImage(currentImage(),
-                               QPointF(geometry::canvasInset, geometry::canvasInset));
+    m_redactionMarks->setImage(currentImage(), geometry::imageOrigin());
     // The pixelation's blocks follow the text lines: the analysis starts now, off the main
     // thread, and is usually there before the first mark is applied.
     const qint64 picture = currentImage().cacheKey();
@@ -109,11 +108,10 @@ void EditorWindowController::markSensitiveText(SensitiveKinds kinds,
         }
         self->m_redactionBar->findButton()->setEnabled(true);
         std::vector<RedactionMark> proposals;
-        const QPointF inset(geometry::canvasInset, geometry::canvasInset);
         const std::vector<QRectF> lines = lineRects(analysis);
         for (const SensitiveMatch& match : vellumix::findSensitiveText(analysis, kinds)) {
             proposals.push_back(
-                {redactionAreaFor(match.rect, searched.size(), lines).translated(inset), true,
+                {geometry::toCanvas(redactionAreaFor(match.rect, searched.size(), lines)), true,
                  sensitiveKindName(match.kind)});
         }
         const int found = int(proposals.size());

@@ -2,6 +2,7 @@
 #include "EditorWindowController.h"
 #include "ProjectSaveDialog.h"
 #include "SplitButtons.h"
+#include "ai/ConsoleText.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "imaging/ExportFormats.h"
@@ -20,15 +21,12 @@
 #include <QMimeData>
 #include <QStandardPaths>
 
-#include <cstdio>
-
 namespace vellumix {
 
 namespace {
 
 void report(const QString& line) {
-    std::printf("%s\n", qPrintable(line));
-    std::fflush(stdout);
+    console::print(line);
 }
 
 } // namespace
@@ -100,10 +98,10 @@ bool EditorWindowController::exportPicture(ExportFormat format, const QString& p
         return false;
     }
     if (const Status status = exportImage(*picture, format, path); !status) {
-        report(QStringLiteral("Save failed: ") + status.error().message);
+        report(console::saveFailedLine(status.error().message));
         return false;
     }
-    report(QStringLiteral("[Vellumix] Exported %1").arg(path));
+    report(console::appLine(QStringLiteral("Exported %1")).arg(path));
     if (m_services.settings.closeAfterSave()) {
         close();
     }
@@ -115,7 +113,7 @@ void EditorWindowController::exportToDesktop() {
     if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
         // Many Linux desktops have no desktop folder at all; home is where files land then.
         const QString home = QDir::homePath();
-        report(QStringLiteral("[Vellumix] No desktop folder (%1); exporting to %2 instead")
+        report(console::appLine(QStringLiteral("No desktop folder (%1); exporting to %2 instead"))
                    .arg(folder.isEmpty() ? QStringLiteral("none configured") : folder, home));
         folder = home;
     }
@@ -205,7 +203,7 @@ bool EditorWindowController::writeProject(const QString& path) {
     if (m_services.history) {
         m_services.history->recordExternal(QFileInfo(path).absoluteFilePath());
     }
-    report(QStringLiteral("[Vellumix] Saved project %1").arg(path));
+    report(console::appLine(QStringLiteral("Saved project %1")).arg(path));
     if (m_services.settings.closeAfterSave()) {
         close();
     }

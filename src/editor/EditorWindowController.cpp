@@ -5,6 +5,7 @@
 #include "EditorModel.h"
 #include "RedactionMarks.h"
 #include "ai/AIRequestFlow.h"
+#include "ai/ConsoleText.h"
 #include "ai/RequestTexts.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "library/BundleAutosave.h"
@@ -20,8 +21,6 @@
 #include <QShortcut>
 #include <QStyle>
 #include <QUndoStack>
-
-#include <cstdio>
 
 namespace vellumix {
 
@@ -122,9 +121,9 @@ void EditorWindowController::startAutosave(const EditorDocument& document) {
         }
         return {currentImage(), document.annotations()};
     };
-    m_autosave = std::make_unique<BundleAutosave>(*m_bundlePath, history->services(),
-                                                  std::move(bundleState),
-                                                  document.bundleIsNew ? QImage() : document.image);
+    m_autosave =
+        std::make_unique<BundleAutosave>(*m_bundlePath, history->services(), std::move(bundleState),
+                                         document.bundleIsNew ? QImage() : document.image);
     if (document.bundleIsNew) {
         m_autosave->writeWhole();
     }
@@ -144,8 +143,7 @@ void EditorWindowController::discardAndClose() {
     if (m_bundlePath && m_services.history) {
         // A project of the user's goes to the trash; a history bundle is deleted.
         if (const Status status = m_services.history->discardBundle(*m_bundlePath); !status) {
-            std::printf("[Vellumix] Discard: %s\n", qPrintable(status.error().message));
-            std::fflush(stdout);
+            console::say(QStringLiteral("Discard: ") + status.error().message);
         }
     }
     close();

@@ -1,5 +1,6 @@
 #include "ProjectSaveDialog.h"
 
+#include "bundle/ProjectBundle.h"
 #include "library/HistoryStore.h"
 
 #include <QFileInfo>
@@ -9,7 +10,7 @@ namespace vellumix {
 
 bool isProjectFolder(const QString& path) {
     const QFileInfo info(path);
-    return info.isDir() && info.suffix() == HistoryStore::bundleExtension;
+    return info.isDir() && info.suffix() == bundle::extension;
 }
 
 ProjectSaveDialog::ProjectSaveDialog(QWidget* parent) : QFileDialog(parent) {
@@ -17,7 +18,7 @@ ProjectSaveDialog::ProjectSaveDialog(QWidget* parent) : QFileDialog(parent) {
     setAcceptMode(QFileDialog::AcceptSave);
     setFileMode(QFileDialog::AnyFile);
     setNameFilter(QStringLiteral("Vellumix project (*.vellumix)"));
-    setDefaultSuffix(HistoryStore::bundleExtension);
+    setDefaultSuffix(bundle::extension);
     // A double click enters a folder before accept() is asked: step back out and take it.
     connect(this, &QFileDialog::directoryEntered, this, [this](const QString& folder) {
         if (!isProjectFolder(folder)) {

@@ -15,10 +15,11 @@ namespace {
 // A crop dragged at a zoom other than 100% has fractional edges. Rounding each edge (rather
 // than the origin and size) keeps the picture and the annotations on the same pixel grid.
 std::optional<QRect> pixelCrop(const QRectF& crop) {
-    const double left = std::round(crop.left() - geometry::canvasInset);
-    const double top = std::round(crop.top() - geometry::canvasInset);
-    const double right = std::round(crop.right() - geometry::canvasInset);
-    const double bottom = std::round(crop.bottom() - geometry::canvasInset);
+    const QRectF area = geometry::toImage(crop);
+    const double left = std::round(area.left());
+    const double top = std::round(area.top());
+    const double right = std::round(area.right());
+    const double bottom = std::round(area.bottom());
     constexpr double largest = std::numeric_limits<int>::max();
     if (!(right - left >= 1) || !(bottom - top >= 1) || std::abs(left) > largest ||
         std::abs(top) > largest || right - left > largest || bottom - top > largest) {

@@ -7,8 +7,7 @@ namespace vellumix::imageops {
 namespace {
 
 QRectF imageRect(QSize size) {
-    return {geometry::canvasInset, geometry::canvasInset, double(size.width()),
-            double(size.height())};
+    return geometry::imageOnCanvas(size);
 }
 
 } // namespace
@@ -31,9 +30,9 @@ QRectF resizeCrop(const QRectF& crop, QSize oldSize, QSize newSize) {
     // The same mapping the annotations get, degenerate sides included.
     const double fx = oldSize.width() != 0 ? double(newSize.width()) / oldSize.width() : 1;
     const double fy = oldSize.height() != 0 ? double(newSize.height()) / oldSize.height() : 1;
-    const double inset = geometry::canvasInset;
-    return {inset + fx * (crop.x() - inset), inset + fy * (crop.y() - inset), crop.width() * fx,
-            crop.height() * fy};
+    const QPointF topLeft = geometry::toImage(crop.topLeft());
+    return geometry::toCanvas(
+        QRectF(fx * topLeft.x(), fy * topLeft.y(), crop.width() * fx, crop.height() * fy));
 }
 
 AnnotationList mapToNewImage(const AnnotationList& annotations, QSize oldSize, QSize newSize) {

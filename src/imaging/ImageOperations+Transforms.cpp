@@ -10,19 +10,18 @@ namespace vellumix::imageops {
 
 namespace {
 
-using geometry::canvasInset;
-
 // The canvas transform of a clockwise quarter turn: image point (x, y) goes to (H − y, x), so
 // canvas point p goes to (H + 2·inset − p.y, p.x).
 QTransform quarterTurn(QSize oldImageSize) {
-    return QTransform(0, 1, -1, 0, oldImageSize.height() + 2 * canvasInset, 0);
+    return QTransform(0, 1, -1, 0, geometry::canvasAround(oldImageSize).height(), 0);
 }
 
 QTransform mirror(QSize imageSize, Qt::Orientation axis) {
+    const QRectF canvas = geometry::canvasAround(imageSize);
     if (axis == Qt::Horizontal) {
-        return QTransform(-1, 0, 0, 1, imageSize.width() + 2 * canvasInset, 0);
+        return QTransform(-1, 0, 0, 1, canvas.width(), 0);
     }
-    return QTransform(1, 0, 0, -1, 0, imageSize.height() + 2 * canvasInset);
+    return QTransform(1, 0, 0, -1, 0, canvas.height());
 }
 
 QImage mirrored(const QImage& image, Qt::Orientation axis) {

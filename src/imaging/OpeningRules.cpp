@@ -149,12 +149,13 @@ QStringList openPanelNameFilters() {
         images.append(QStringLiteral("*.") + extension);
     }
     const QString imagePatterns = images.join(QLatin1Char(' '));
+    const QString projects = QStringLiteral("*.") + bundle::extension;
     return {
-        QStringLiteral("Images, PDF documents and projects (%1 *.pdf *.vellumix)")
-            .arg(imagePatterns),
+        QStringLiteral("Images, PDF documents and projects (%1 *.pdf %2)")
+            .arg(imagePatterns, projects),
         QStringLiteral("Images (%1)").arg(imagePatterns),
         QStringLiteral("PDF documents (*.pdf)"),
-        QStringLiteral("Vellumix projects (*.vellumix)"),
+        QStringLiteral("Vellumix projects (%1)").arg(projects),
     };
 }
 

@@ -1,6 +1,7 @@
 #include "BundleAutosave.h"
 
-#include <cstdio>
+#include "ai/ConsoleText.h"
+
 #include <mutex>
 
 namespace vellumix {
@@ -25,7 +26,7 @@ struct BundleAutosave::Worker {
         if (!failing) {
             failing = true;
             const std::lock_guard lock(reportLock);
-            report(QStringLiteral("Save failed: ") + status.error().message);
+            report(console::saveFailedLine(status.error().message));
         }
         return false;
     }
@@ -57,8 +58,7 @@ BundleAutosave::BundleAutosave(QString bundlePath, BundleServices services, Stat
         if (report) {
             report(line);
         } else {
-            std::printf("%s\n", qPrintable(line));
-            std::fflush(stdout);
+            console::print(line);
         }
     };
     m_saveTimer.setSingleShot(true);

@@ -85,7 +85,7 @@ QString HistoryStore::bundleName(const QDateTime& when, int n) {
     if (n > 1) {
         name += QStringLiteral("-%1").arg(n);
     }
-    return name + QLatin1Char('.') + bundleExtension;
+    return name + QLatin1Char('.') + bundle::extension;
 }
 
 QStringList HistoryStore::storeItems() const {
@@ -95,7 +95,7 @@ QStringList HistoryStore::storeItems() const {
         store.entryInfoList(QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot | QDir::System);
     for (const QFileInfo& info : list) {
         // The extension must match exactly, letter case included.
-        if (info.suffix() == bundleExtension && !info.fileName().startsWith(QLatin1Char('.'))) {
+        if (info.suffix() == bundle::extension && !info.fileName().startsWith(QLatin1Char('.'))) {
             items.append(info.absoluteFilePath());
         }
     }

@@ -26,7 +26,6 @@ public:
 
     static constexpr int maxEntries = 10;
     static constexpr int externalCap = 10;
-    static inline const QString bundleExtension = QStringLiteral("vellumix");
 
     using Clock = std::function<QDateTime()>;
     using Revealer = std::function<void(const QString& filePath)>;

@@ -38,7 +38,7 @@ QRectF bounds(const Annotation& annotation) {
 }
 
 QSizeF canvasSize(QSizeF imageSize, const AnnotationList& annotations) {
-    QRectF area(0, 0, imageSize.width() + 2 * canvasInset, imageSize.height() + 2 * canvasInset);
+    QRectF area = canvasAround(imageSize);
     for (const Annotation& annotation : annotations) {
         const QRectF b = bounds(annotation).normalized();
         area = unite(area, b.adjusted(-canvasInset, -canvasInset, canvasInset, canvasInset));

@@ -12,7 +12,7 @@
 
 namespace vellumix {
 
-/// Pure geometry over annotations in canvas coordinates (y down, image at (20, 20)).
+/// Pure geometry over annotations in canvas coordinates (y down, the image at `imageOrigin()`).
 namespace geometry {
 
 /// The image's top-left corner on the canvas, and the margin kept around it.
@@ -25,6 +25,34 @@ inline constexpr double hitTolerance = 8;
 inline constexpr double minimumSide = 4;
 /// Largest zoom factor, so handles stay usable when zoomed far out.
 inline constexpr double maximumZoomFactor = 6;
+
+// --- Image and canvas ----------------------------------------------------------------------------
+// Image pixel (x, y) is canvas point (x + canvasInset, y + canvasInset); nothing else is converted.
+
+/// Where the image's top-left corner lies on the canvas.
+inline constexpr QPointF imageOrigin() {
+    return {canvasInset, canvasInset};
+}
+inline constexpr QPointF toCanvas(QPointF imagePoint) {
+    return imagePoint + imageOrigin();
+}
+inline QRectF toCanvas(const QRectF& imageRect) {
+    return imageRect.translated(imageOrigin());
+}
+inline constexpr QPointF toImage(QPointF canvasPoint) {
+    return canvasPoint - imageOrigin();
+}
+inline QRectF toImage(const QRectF& canvasRect) {
+    return canvasRect.translated(-imageOrigin());
+}
+/// Where the whole image lies on the canvas.
+inline QRectF imageOnCanvas(QSizeF imageSize) {
+    return {imageOrigin(), imageSize};
+}
+/// The canvas: the image with the margin on every side.
+inline QRectF canvasAround(QSizeF imageSize) {
+    return {0, 0, imageSize.width() + 2 * canvasInset, imageSize.height() + 2 * canvasInset};
+}
 
 // --- Bounds ------------------------------------------------------------------------------------
 

@@ -2,13 +2,12 @@
 
 #include "FastPngEncoder.h"
 #include "ImageExportDetail.h"
+#include "ai/ConsoleText.h"
 
 #include <QBuffer>
 #include <QImageWriter>
 
 #include <atomic>
-#include <cstdio>
-
 namespace vellumix {
 
 namespace {
@@ -54,8 +53,7 @@ bool canExport(ExportFormat format) {
     static const bool heic = [] {
         const bool available = heicEncoderAvailable();
         if (!available) {
-            std::printf("[Vellumix] HEIC export is unavailable: libheif has no HEVC encoder\n");
-            std::fflush(stdout);
+            console::say(QStringLiteral("HEIC export is unavailable: libheif has no HEVC encoder"));
         }
         return available;
     }();

@@ -1,6 +1,7 @@
 #include "Modules.h"
 
-#include <cstdio>
+#include "ai/ConsoleText.h"
+
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
@@ -34,16 +35,16 @@ const void* load(const std::string& name) {
     // Local binding: each module keeps its libraries' symbols to itself.
     void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {
-        std::printf("[Vellumix] Module %s unavailable: %s\n", name.c_str(), dlerror());
-        std::fflush(stdout);
+        console::say(QStringLiteral("Module %1 unavailable: %2")
+                         .arg(QString::fromStdString(name), QString::fromUtf8(dlerror())));
         return nullptr;
     }
     using Entry = const void* (*)();
     const std::string symbol = "vellumix_module_" + name;
     auto entry = reinterpret_cast<Entry>(dlsym(handle, symbol.c_str()));
     if (!entry) {
-        std::printf("[Vellumix] Module %s has no %s\n", name.c_str(), symbol.c_str());
-        std::fflush(stdout);
+        console::say(QStringLiteral("Module %1 has no %2")
+                         .arg(QString::fromStdString(name), QString::fromStdString(symbol)));
         return nullptr;
     }
     return entry();

@@ -1,8 +1,8 @@
+#include "ai/ConsoleText.h"
 #include "platform/VisionAnalyzer+Detail.h"
 
 #include <QPainter>
 
-#include <cstdio>
 #include <exception>
 #include <opencv2/imgproc.hpp>
 
@@ -91,8 +91,7 @@ VisionAnalysis analyzeImage(const QImage& image, const std::atomic<bool>* cancel
         analysis.salientRegions = keepSalientRegions(regions);
         return analysis;
     } catch (const std::exception& error) {
-        std::printf("[Vellumix] Image analysis failed: %s\n", error.what());
-        std::fflush(stdout);
+        console::say(QStringLiteral("Image analysis failed: ") + QString::fromUtf8(error.what()));
     }
     return {};
 }

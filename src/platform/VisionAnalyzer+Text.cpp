@@ -1,3 +1,4 @@
+#include "ai/ConsoleText.h"
 #include "platform/OcrEnvironment.h"
 #include "platform/VisionAnalyzer+Detail.h"
 
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <condition_variable>
-#include <cstdio>
 #include <deque>
 #include <mutex>
 #include <opencv2/imgproc.hpp>
@@ -221,9 +221,10 @@ private:
         } else {
             static std::once_flag reported;
             std::call_once(reported, [this] {
-                std::printf("[Vellumix] Text recognition unavailable: no model for \"%s\" in %s\n",
-                            m_languages.c_str(), m_datapath.c_str());
-                std::fflush(stdout);
+                console::say(
+                    QStringLiteral("Text recognition unavailable: no model for \"%1\" in %2")
+                        .arg(QString::fromStdString(m_languages),
+                             QString::fromStdString(m_datapath)));
             });
         }
         for (;;) {

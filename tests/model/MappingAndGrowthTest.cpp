@@ -43,6 +43,15 @@ TEST(MapAnnotations, EmptyAndDegenerateInputsAreSafe) {
     expectRectNear(bounds(mapped[0]), QRectF(15, 10, 2, 4));
 }
 
+TEST(ImageAndCanvas, PixelsSitTwentyPointsInAndConvertBothWays) {
+    EXPECT_EQ(toCanvas(QPointF(0, 0)), QPointF(20, 20));
+    EXPECT_EQ(toImage(QPointF(25.5, 19)), QPointF(5.5, -1));
+    EXPECT_EQ(toCanvas(QRectF(3, 4, 10, 6)), QRectF(23, 24, 10, 6));
+    EXPECT_EQ(toImage(toCanvas(QRectF(-7, 9, 1, 2))), QRectF(-7, 9, 1, 2));
+    EXPECT_EQ(imageOnCanvas(QSizeF(800, 600)), QRectF(20, 20, 800, 600));
+    EXPECT_EQ(canvasAround(QSizeF(800, 600)), QRectF(0, 0, 840, 640));
+}
+
 TEST(CanvasGrowth, ImageWithMarginIsTheMinimum) {
     EXPECT_EQ(canvasSize(QSizeF(800, 600), {}), QSizeF(840, 640));
     EXPECT_EQ(canvasSize(QSizeF(800, 600), {shapeAt(QRectF(100, 100, 10, 10))}), QSizeF(840, 640));
