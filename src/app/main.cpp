@@ -9,12 +9,12 @@
 #include "app/SettingsWindowController.h"
 #include "app/SingleInstance.h"
 #include "capture/CaptureController.h"
+#include "desktop/LoginItem.h"
+#include "desktop/SecretServiceKeychain.h"
 #include "library/Keychain.h"
 #include "library/Settings.h"
-#include "platform/LoginItem.h"
-#include "platform/OcrEnvironment.h"
-#include "platform/SecretServiceKeychain.h"
-#include "platform/TerminationSignals.h"
+#include "process/TerminationSignals.h"
+#include "vision/OcrEnvironment.h"
 
 #include <QApplication>
 #include <QTimer>

@@ -1,7 +1,7 @@
 #include "capture/ScreenGrabber.h"
 
 #include "capture/PortalScreenGrabber.h"
-#include "platform/DisplaySession.h"
+#include "desktop/DisplaySession.h"
 
 #include <QGuiApplication>
 #include <QPixmap>

@@ -1,7 +1,7 @@
 #include "editor/AnalysisCache.h"
 
 #include "EditorWindowFixture.h"
-#include "platform/VisionAnalyzer.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <QPainter>
 #include <QThreadPool>
