@@ -81,29 +81,8 @@ protected:
             host, listener);
     }
 
-    // The local server: the model list, the classifier's route, then `chat` for the request.
-    void serveLocal(const char* route, Response chat) {
-        local.setHandler([route, chat](const FakeHttpServer::Request& request) {
-            if (request.target == "/v1/models") {
-                return Response::json(200, modelList);
-            }
-            if (request.body.contains(R"("name":"QueryRoute")")) {
-                return Response::json(
-                    200, completion(QByteArray(R"({\"route\":\")") + route + R"(\"})"));
-            }
-            return chat;
-        });
-    }
-
-    // The cloud: the classifier's word, then `answer` for the request.
-    void serveCloud(const char* mode, Response answer) {
-        cloud.setHandler([mode, answer](const FakeHttpServer::Request& request) {
-            if (request.body.contains(R"("enum":["question","imageEdit","annotationEdit"])")) {
-                return Response::json(200, geminiText(QByteArray(R"(\")") + mode + R"(\")"));
-            }
-            return answer;
-        });
-    }
+    void serveLocal(const char* route, Response chat) { test::serveLocal(local, route, chat); }
+    void serveCloud(const char* mode, Response answer) { test::serveCloud(cloud, mode, answer); }
 
     bool awaitFinish(int ms = 5000) {
         return QTest::qWaitFor([this] { return !events.finished.isEmpty(); }, ms);
@@ -297,15 +276,6 @@ TEST_F(AIRequestFlowTest, RedactionRequestsAreServedWithoutAnyRequestLeaving) {
     EXPECT_EQ(last(events.responses), "Sharper.");
 }
 
-TEST_F(AIRequestFlowTest, LocalFailuresEndTheRequestWithTheirMessage) {
-    serveLocal("question", Response::json(500, R"({"error":{"message":"out of memory",)"
-                                               R"("type":"server_error"}})"));
-    flow->start(AIProvider::localModel, QStringLiteral("what is this"), std::nullopt);
-    ASSERT_TRUE(awaitFinish());
-    EXPECT_EQ(events.failures, QStringList{"out of memory"});
-    EXPECT_EQ(events.finished, QList<bool>{false});
-}
-
 TEST_F(AIRequestFlowTest, CloudDetectionBatchIsOneStepWithItsTextAndMetaLine) {
     serveCloud(
         "annotationEdit",
@@ -367,20 +337,6 @@ TEST_F(AIRequestFlowTest, CloudImageEditHandsTheImageOverAndQuestionsReadTheAnal
     EXPECT_EQ(last(events.responses), "A receipt.");
     EXPECT_EQ(analyses, 1);
     EXPECT_TRUE(cloud.requests().back().body.contains("Total $42"));
-}
-
-TEST_F(AIRequestFlowTest, CloudFailuresShowTheClientsTexts) {
-    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("what is this?"), std::nullopt);
-    ASSERT_TRUE(awaitFinish());
-    EXPECT_EQ(events.failures, QStringList{"Gemini API key missing. Add one in Settings."});
-    EXPECT_TRUE(cloud.requests().isEmpty());
-
-    events = {};
-    serveCloud("question", Response::json(503, "busy"));
-    flow->start(AIProvider::googleGeminiFlash, QStringLiteral("what is this?"), key);
-    ASSERT_TRUE(awaitFinish());
-    EXPECT_EQ(events.failures, QStringList{"Gemini API error 503: busy"});
-    EXPECT_TRUE(events.responses.isEmpty());
 }
 
 TEST_F(AIRequestFlowTest, ANewRequestCancelsTheRunningOneAndClosingEndsIt) {

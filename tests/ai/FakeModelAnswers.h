@@ -3,6 +3,8 @@
 // Answers the fake servers give in the assistant's tests: a local OpenAI-compatible server's
 // model list, whole and streamed completions, and the cloud model's text answer.
 
+#include "FakeHttpServer.h"
+
 #include <QBuffer>
 #include <QByteArray>
 #include <QColor>
@@ -40,6 +42,32 @@ inline QByteArray pngBase64(QSize size, QColor color) {
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "PNG");
     return png.toBase64();
+}
+
+/// A local model server: its model list, the classifier's `route`, then `chat` for the request.
+inline void serveLocal(FakeHttpServer& server, const char* route, FakeHttpServer::Response chat) {
+    using Response = FakeHttpServer::Response;
+    server.setHandler([route, chat](const FakeHttpServer::Request& request) {
+        if (request.target == "/v1/models") {
+            return Response::json(200, modelList);
+        }
+        if (request.body.contains(R"("name":"QueryRoute")")) {
+            return Response::json(200,
+                                  completion(QByteArray(R"({\"route\":\")") + route + R"(\"})"));
+        }
+        return chat;
+    });
+}
+
+/// The cloud: the classifier's word `mode`, then `answer` for the request.
+inline void serveCloud(FakeHttpServer& server, const char* mode, FakeHttpServer::Response answer) {
+    server.setHandler([mode, answer](const FakeHttpServer::Request& request) {
+        if (request.body.contains(R"("enum":["question","imageEdit","annotationEdit"])")) {
+            return FakeHttpServer::Response::json(200,
+                                                  geminiText(QByteArray(R"(\")") + mode + R"(\")"));
+        }
+        return answer;
+    });
 }
 
 } // namespace vellumix::test

@@ -1,5 +1,7 @@
 #include "pdf/PdfDocument.h"
 
+#include "support/TestFiles.h"
+
 #include <QFile>
 #include <QPageSize>
 #include <QPainter>
@@ -11,6 +13,7 @@
 #include <gtest/gtest.h>
 
 using namespace vellumix;
+using namespace vellumix::test;
 
 namespace {
 
@@ -29,53 +32,6 @@ QString writeOnePage(const QString& path) {
     painter.fillRect(QRectF(100, 100, 100, 100), Qt::black);
     painter.end();
     return path;
-}
-
-// Three pages: A4 with a red square, A5 with a green one, A4 with a blue one; each square
-// 100 × 100 pt at (100, 100) pt.
-QString writeThreePages(const QString& path) {
-    QPdfWriter writer(path);
-    writer.setResolution(72);
-    beginPage(writer, QPageSize(QPageSize::A4));
-    QPainter painter(&writer);
-    painter.fillRect(QRectF(100, 100, 100, 100), Qt::red);
-    beginPage(writer, QPageSize(QPageSize::A5));
-    writer.newPage();
-    painter.fillRect(QRectF(100, 100, 100, 100), Qt::green);
-    beginPage(writer, QPageSize(QPageSize::A4));
-    writer.newPage();
-    painter.fillRect(QRectF(100, 100, 100, 100), Qt::blue);
-    painter.end();
-    return path;
-}
-
-QByteArray readAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeBytes(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-// A well-formed PDF whose page tree is empty, with a correct cross-reference table.
-QByteArray zeroPagePdf() {
-    QByteArray pdf = "%PDF-1.4\n";
-    QList<qsizetype> offsets;
-    offsets.append(pdf.size());
-    pdf += "1 0 obj\n<< /Type /Catalog /Pages 2 0 R >>\nendobj\n";
-    offsets.append(pdf.size());
-    pdf += "2 0 obj\n<< /Type /Pages /Kids [] /Count 0 >>\nendobj\n";
-    const qsizetype xref = pdf.size();
-    pdf += "xref\n0 3\n0000000000 65535 f \n";
-    for (qsizetype offset : offsets) {
-        pdf += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
-    }
-    pdf +=
-        "trailer\n<< /Size 3 /Root 1 0 R >>\nstartxref\n" + QByteArray::number(xref) + "\n%%EOF\n";
-    return pdf;
 }
 
 } // namespace

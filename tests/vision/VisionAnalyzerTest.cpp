@@ -1,5 +1,7 @@
 #include "vision/VisionAnalyzer.h"
 
+#include "support/TextPictures.h"
+
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QPainterPath>
@@ -18,6 +20,8 @@ inline void PrintTo(const QString& text, std::ostream* out) {
     *out << '"' << text.toStdString() << '"';
 }
 QT_END_NAMESPACE
+
+using vellumix::test::texts;
 
 namespace {
 
@@ -79,14 +83,6 @@ Page reportPage(double scale) {
     drawLine(painter, page, scale, {60, 480},
              QStringLiteral("Figures are rounded to the nearest hundred."), 9, OCRLineSize::small);
     return page;
-}
-
-QStringList texts(const VisionAnalysis& analysis) {
-    QStringList all;
-    for (const OCRLine& line : analysis.lines) {
-        all << line.text;
-    }
-    return all;
 }
 
 QStringList texts(const std::vector<Drawn>& lines) {
