@@ -156,13 +156,14 @@ TEST_F(AIRequestFlowTest, LocalQuestionIsRoutedLoggedAndStreamed) {
 TEST_F(AIRequestFlowTest, LocalAnnotationEditIsOneUndoStepAndARefusalChangesNothing) {
     serveLocal("annotationEdit",
                Response::json(
-                   200, completion(R"({\"shouldDraw\":true,\"operation\":\"create\",)"
-                                   R"(\"targetId\":\"\",\"kind\":\"shape\",\"shape\":\"rect\",)"
-                                   R"(\"x\":10,\"y\":20,\"width\":90,\"height\":30,)"
-                                   R"(\"color\":\"green\",\"fillColor\":\"\",\"lineWidth\":0,)"
-                                   R"(\"cornerRadius\":-1,\"opacity\":-1,\"lineStyle\":\"\",)"
-                                   R"(\"text\":\"\",\"fontColor\":\"\",\"fontSize\":0,)"
-                                   R"(\"fontFamily\":\"\",\"summary\":\"Boxed the total.\"})")));
+                   200, completion(escaped(canvasDirective({{"shouldDraw", true},
+                                                            {"shape", "rect"},
+                                                            {"x", 10},
+                                                            {"y", 20},
+                                                            {"width", 90},
+                                                            {"height", 30},
+                                                            {"color", "green"},
+                                                            {"summary", "Boxed the total."}})))));
     // The classifier's answer wins over the heuristic's question.
     flow->start(AIProvider::localModel, QStringLiteral("is the total boxed? box it"), std::nullopt);
     ASSERT_TRUE(awaitFinish());
@@ -179,13 +180,7 @@ TEST_F(AIRequestFlowTest, LocalAnnotationEditIsOneUndoStepAndARefusalChangesNoth
     events = {};
     serveLocal(
         "annotationEdit",
-        Response::json(200, completion(R"({\"shouldDraw\":false,\"operation\":\"create\",)"
-                                       R"(\"targetId\":\"\",\"kind\":\"shape\",\"shape\":\"\",)"
-                                       R"(\"x\":0,\"y\":0,\"width\":0,\"height\":0,)"
-                                       R"(\"color\":\"\",\"fillColor\":\"\",\"lineWidth\":0,)"
-                                       R"(\"cornerRadius\":-1,\"opacity\":-1,\"lineStyle\":\"\",)"
-                                       R"(\"text\":\"\",\"fontColor\":\"\",\"fontSize\":0,)"
-                                       R"(\"fontFamily\":\"\",\"summary\":\"Which box?\"})")));
+        Response::json(200, completion(escaped(canvasDirective({{"summary", "Which box?"}})))));
     flow->start(AIProvider::localModel, QStringLiteral("recolor the box"), std::nullopt);
     ASSERT_TRUE(awaitFinish());
     EXPECT_EQ(last(events.responses), "Which box?");
@@ -194,10 +189,9 @@ TEST_F(AIRequestFlowTest, LocalAnnotationEditIsOneUndoStepAndARefusalChangesNoth
 }
 
 TEST_F(AIRequestFlowTest, LocalFilterGoesThroughTheImageOperationWithoutTheAnalysis) {
-    serveLocal("imageEdit", Response::json(200, completion(R"({\"shouldApply\":true,)"
-                                                           R"(\"kind\":\"sharpen\",)"
-                                                           R"(\"strength\":0.5,)"
-                                                           R"(\"summary\":\"Sharpened.\"})")));
+    serveLocal(
+        "imageEdit",
+        Response::json(200, completion(escaped(filterDirective("sharpen", 0.5, "Sharpened.")))));
     flow->start(AIProvider::localModel, QStringLiteral("sharpen"), std::nullopt);
     ASSERT_TRUE(awaitFinish());
     EXPECT_EQ(filters, QStringList{"sharpen 0.5"});
@@ -205,10 +199,8 @@ TEST_F(AIRequestFlowTest, LocalFilterGoesThroughTheImageOperationWithoutTheAnaly
     EXPECT_FALSE(local.requests().back().body.contains("Total $42"));
 
     events = {};
-    serveLocal("imageEdit", Response::json(200, completion(R"({\"shouldApply\":true,)"
-                                                           R"(\"kind\":\"blur\",)"
-                                                           R"(\"strength\":1,)"
-                                                           R"(\"summary\":\"Blurred.\"})")));
+    serveLocal("imageEdit",
+               Response::json(200, completion(escaped(filterDirective("blur", 1, "Blurred.")))));
     flow->start(AIProvider::localModel, QStringLiteral("blur"), std::nullopt);
     ASSERT_TRUE(awaitFinish());
     EXPECT_EQ(last(events.responses), "Couldn't apply 'blur' — Blurred.")
@@ -267,10 +259,9 @@ TEST_F(AIRequestFlowTest, RedactionRequestsAreServedWithoutAnyRequestLeaving) {
 
     // An image edit that redacts nothing still goes to the model.
     events = {};
-    serveLocal("imageEdit", Response::json(200, completion(R"({\"shouldApply\":true,)"
-                                                           R"(\"kind\":\"sharpen\",)"
-                                                           R"(\"strength\":0.5,)"
-                                                           R"(\"summary\":\"Sharper.\"})")));
+    serveLocal(
+        "imageEdit",
+        Response::json(200, completion(escaped(filterDirective("sharpen", 0.5, "Sharper.")))));
     flow->start(AIProvider::localModel, QStringLiteral("sharpen the photo"), std::nullopt);
     ASSERT_TRUE(awaitFinish());
     EXPECT_EQ(last(events.responses), "Sharper.");
@@ -279,16 +270,10 @@ TEST_F(AIRequestFlowTest, RedactionRequestsAreServedWithoutAnyRequestLeaving) {
 TEST_F(AIRequestFlowTest, CloudDetectionBatchIsOneStepWithItsTextAndMetaLine) {
     serveCloud(
         "annotationEdit",
-        Response::json(
-            200,
-            geminiText(R"([{\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":10,)"
-                       R"(\"y\":10,\"width\":100,\"height\":20,\"summary\":\"title\"},)"
-                       R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":10,)"
-                       R"(\"y\":50,\"width\":60,\"height\":20,\"summary\":\"button\"},)"
-                       R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"oval\",\"x\":200,)"
-                       R"(\"y\":100,\"width\":50,\"height\":50,\"summary\":\"\"},)"
-                       R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":900,)"
-                       R"(\"y\":10,\"width\":50,\"height\":50,\"summary\":\"ghost\"}])")));
+        Response::json(200, geminiText(detections({detected("rect", 10, 10, 100, 20, "title"),
+                                                   detected("rect", 10, 50, 60, 20, "button"),
+                                                   detected("oval", 200, 100, 50, 50, ""),
+                                                   detected("rect", 900, 10, 50, 50, "ghost")}))));
     flow->start(AIProvider::googleGeminiFlash, QStringLiteral("box every control"), key);
     ASSERT_TRUE(awaitFinish());
     ASSERT_TRUE(events.failures.isEmpty()) << events.failures.join("|").toStdString();
@@ -365,9 +350,8 @@ TEST_F(AIRequestFlowTest, ANewRequestCancelsTheRunningOneAndClosingEndsIt) {
 }
 
 TEST_F(AIRequestFlowTest, AnAnswerArrivingAfterTheOwnerWentChangesNothing) {
-    Response late = Response::json(
-        200, geminiText(R"([{\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",)"
-                        R"(\"x\":10,\"y\":10,\"width\":100,\"height\":20,\"summary\":\"t\"}])"));
+    Response late =
+        Response::json(200, geminiText(detections({detected("rect", 10, 10, 100, 20, "t")})));
     late.delayMs = 200;
     serveCloud("annotationEdit", late);
     flow->start(AIProvider::googleGeminiFlash, QStringLiteral("box the title"), key);
@@ -409,15 +393,10 @@ TEST_F(AIRequestFlowTest, AskCommandAppliesTheAnswerToTheBundleAndReportsFailure
     qputenv("VELLUMIX_GEMINI_API_KEY", "k-env");
     qputenv("VELLUMIX_LOCAL_MODEL_URL", local.baseUrl().toUtf8());
 
-    serveCloud("annotationEdit",
-               Response::json(200, geminiText(R"([{\"shouldDraw\":true,\"kind\":\"shape\",)"
-                                              R"(\"shape\":\"rect\",\"x\":10,\"y\":10,)"
-                                              R"(\"width\":100,\"height\":20,)"
-                                              R"(\"summary\":\"title\"},)"
-                                              R"({\"shouldDraw\":true,\"kind\":\"shape\",)"
-                                              R"(\"shape\":\"oval\",\"x\":20,\"y\":50,)"
-                                              R"(\"width\":40,\"height\":30,)"
-                                              R"(\"summary\":\"button\"}])")));
+    serveCloud(
+        "annotationEdit",
+        Response::json(200, geminiText(detections({detected("rect", 10, 10, 100, 20, "title"),
+                                                   detected("oval", 20, 50, 40, 30, "button")}))));
     const ToolRun drawn =
         runTool({"ask", bundlePath, "box every control", "--provider", "gemini-flash"});
     EXPECT_EQ(drawn.status, 0) << drawn.err.toStdString();

@@ -10,6 +10,8 @@
 #include <QColor>
 #include <QImage>
 
+#include <nlohmann/json.hpp>
+
 namespace vellumix::test {
 
 inline constexpr char modelList[] =
@@ -42,6 +44,59 @@ inline QByteArray pngBase64(QSize size, QColor color) {
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "PNG");
     return png.toBase64();
+}
+
+/// `value` written as the escaped text of a JSON string, as a model's text answer carries it.
+inline QByteArray escaped(const nlohmann::json& value) {
+    const std::string quoted = nlohmann::json(value.dump()).dump();
+    return QByteArray::fromStdString(quoted.substr(1, quoted.size() - 2));
+}
+
+/// A shape the cloud's detection lists: `shape` at (x, y, width, height) in image pixels.
+inline nlohmann::json detected(const char* shape, int x, int y, int width, int height,
+                               const char* summary) {
+    return {{"shouldDraw", true}, {"kind", "shape"},  {"shape", shape},    {"x", x}, {"y", y},
+            {"width", width},     {"height", height}, {"summary", summary}};
+}
+
+/// The cloud's detection answer listing `shapes`, as the escaped text of its JSON.
+inline QByteArray detections(std::initializer_list<nlohmann::json> shapes) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const nlohmann::json& shape : shapes) {
+        list.push_back(shape);
+    }
+    return escaped(list);
+}
+
+/// The local model's filter directive.
+inline nlohmann::json filterDirective(const char* kind, double strength, const char* summary) {
+    return {{"shouldApply", true}, {"kind", kind}, {"strength", strength}, {"summary", summary}};
+}
+
+/// The local model's canvas directive with every field at its "not given" value, then `fields`.
+inline nlohmann::json canvasDirective(const nlohmann::json& fields) {
+    nlohmann::json directive = {{"shouldDraw", false},
+                                {"operation", "create"},
+                                {"targetId", ""},
+                                {"kind", "shape"},
+                                {"shape", ""},
+                                {"x", 0},
+                                {"y", 0},
+                                {"width", 0},
+                                {"height", 0},
+                                {"color", ""},
+                                {"fillColor", ""},
+                                {"lineWidth", 0},
+                                {"cornerRadius", -1},
+                                {"opacity", -1},
+                                {"lineStyle", ""},
+                                {"text", ""},
+                                {"fontColor", ""},
+                                {"fontSize", 0},
+                                {"fontFamily", ""},
+                                {"summary", ""}};
+    directive.update(fields);
+    return directive;
 }
 
 /// A local model server: its model list, the classifier's `route`, then `chat` for the request.

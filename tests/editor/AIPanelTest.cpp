@@ -182,12 +182,8 @@ TEST_F(AIPanelTest, ADetectionBatchDrawsTwoShapesAsOneUndoStep) {
     openWindow(AIProvider::googleGeminiFlash);
     serveCloud(
         "annotationEdit",
-        Response::json(
-            200,
-            geminiText(R"([{\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",\"x\":10,)"
-                       R"(\"y\":10,\"width\":100,\"height\":20,\"summary\":\"title\"},)"
-                       R"({\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"oval\",\"x\":40,)"
-                       R"(\"y\":60,\"width\":50,\"height\":50,\"summary\":\"button\"}])")));
+        Response::json(200, geminiText(detections({detected("rect", 10, 10, 100, 20, "title"),
+                                                   detected("oval", 40, 60, 50, 50, "button")}))));
     ask(QStringLiteral("box the title and the button"));
     ASSERT_TRUE(awaitStatus(QStringLiteral("Done")));
     EXPECT_TRUE(panel()->shownText().startsWith("gemini-3.5-flash: 1,350 tokens"))
@@ -212,10 +208,9 @@ TEST_F(AIPanelTest, ImageEditsReplaceThePictureOrFilterIt) {
     QImage grey(200, 100, QImage::Format_RGB32);
     grey.fill(QColor(100, 100, 100));
     openWindow(AIProvider::localModel, grey);
-    serveLocal("imageEdit", Response::json(200, completion(R"({\"shouldApply\":true,)"
-                                                           R"(\"kind\":\"brightness\",)"
-                                                           R"(\"strength\":0.8,)"
-                                                           R"(\"summary\":\"Brighter.\"})")));
+    serveLocal(
+        "imageEdit",
+        Response::json(200, completion(escaped(filterDirective("brightness", 0.8, "Brighter.")))));
     ask(QStringLiteral("brighten it"));
     ASSERT_TRUE(awaitStatus(QStringLiteral("Done")));
     EXPECT_EQ(panel()->shownText(), "» Classifying your prompt…\nBrighter.");
@@ -344,9 +339,8 @@ TEST_F(AIPanelTest, EveryKindOfFailureShowsInThePanel) {
 
 TEST_F(AIPanelTest, ClosingTheWindowMidRequestChangesNothing) {
     openWindow(AIProvider::googleGeminiFlash);
-    Response late = Response::json(
-        200, geminiText(R"([{\"shouldDraw\":true,\"kind\":\"shape\",\"shape\":\"rect\",)"
-                        R"(\"x\":10,\"y\":10,\"width\":100,\"height\":20,\"summary\":\"t\"}])"));
+    Response late =
+        Response::json(200, geminiText(detections({detected("rect", 10, 10, 100, 20, "t")})));
     late.delayMs = 400;
     serveCloud("annotationEdit", late);
     ask(QStringLiteral("box the title"));
