@@ -1,9 +1,9 @@
 #include "BenchData.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationRenderer.h"
+#include "desktop/BundleServices.h"
 #include "library/BundleAutosave.h"
 #include "model/CodableAnnotation.h"
-#include "platform/BundleServices.h"
 
 #include <QDir>
 #include <QTemporaryDir>

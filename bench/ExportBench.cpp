@@ -1,5 +1,5 @@
 #include "BenchData.h"
-#include "platform/ImageExport.h"
+#include "codecs/ImageExport.h"
 
 #include <QBuffer>
 #include <QImageWriter>

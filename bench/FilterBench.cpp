@@ -1,5 +1,5 @@
 #include "BenchData.h"
-#include "platform/ImageFilters.h"
+#include "filters/ImageFilters.h"
 
 #include <QPainter>
 

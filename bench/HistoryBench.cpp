@@ -1,6 +1,6 @@
 #include "BenchData.h"
+#include "desktop/BundleServices.h"
 #include "library/HistoryStore.h"
-#include "platform/BundleServices.h"
 
 #include <QTemporaryDir>
 

@@ -1,4 +1,4 @@
-#include "platform/VisionAnalyzer.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <QFontMetricsF>
 #include <QLinearGradient>

@@ -3,10 +3,10 @@
 #include "DocumentOpener.h"
 #include "HomeWindow.h"
 #include "ai/ConsoleText.h"
+#include "desktop/DisplaySession.h"
+#include "desktop/StatusNotifierHost.h"
 #include "library/CaptureShortcut.h"
 #include "library/HistoryStore.h"
-#include "platform/DisplaySession.h"
-#include "platform/StatusNotifierHost.h"
 
 #include <QApplication>
 #include <QTimer>

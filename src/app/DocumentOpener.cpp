@@ -2,12 +2,12 @@
 
 #include "ai/ConsoleText.h"
 #include "bundle/ProjectBundle.h"
+#include "codecs/ImageImport.h"
+#include "desktop/BundleServices.h"
+#include "desktop/FileManager.h"
 #include "library/HistoryStore.h"
 #include "library/StyleLibrary.h"
-#include "platform/BundleServices.h"
-#include "platform/FileManager.h"
-#include "platform/ImageImport.h"
-#include "platform/PdfDocument.h"
+#include "pdf/PdfDocument.h"
 
 #include <QClipboard>
 #include <QFileInfo>

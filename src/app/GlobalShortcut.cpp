@@ -1,11 +1,11 @@
 #include "app/GlobalShortcut.h"
 
 #include "ai/ConsoleText.h"
+#include "desktop/DisplaySession.h"
 #include "library/CaptureShortcut.h"
 #include "library/Settings.h"
-#include "platform/DisplaySession.h"
-#include "platform/PortalGlobalShortcuts.h"
-#include "platform/X11KeyGrab.h"
+#include "portals/PortalGlobalShortcuts.h"
+#include "x11/X11KeyGrab.h"
 
 #include <QTimer>
 

@@ -1,7 +1,7 @@
 #include "OpenPanel.h"
 
 #include "bundle/ProjectBundle.h"
-#include "platform/PdfDocument.h"
+#include "pdf/PdfDocument.h"
 
 #include <QFileInfo>
 #include <QGridLayout>

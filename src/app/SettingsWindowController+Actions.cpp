@@ -1,9 +1,9 @@
 #include "SettingsWindowController.h"
 #include "ShortcutRecorderView.h"
+#include "desktop/LoginItem.h"
 #include "editor/ColorWell.h"
 #include "library/Keychain.h"
 #include "library/Settings.h"
-#include "platform/LoginItem.h"
 
 #include <QCheckBox>
 #include <QLineEdit>

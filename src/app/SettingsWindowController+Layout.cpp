@@ -1,10 +1,10 @@
 #include "LinkTextField.h"
 #include "SettingsWindowController.h"
 #include "ShortcutRecorderView.h"
+#include "desktop/LoginItem.h"
 #include "editor/ColorWell.h"
 #include "library/Keychain.h"
 #include "library/Settings.h"
-#include "platform/LoginItem.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>

@@ -1,7 +1,7 @@
 #include "ShortcutRecorderView.h"
 
 #include "library/CaptureShortcut.h"
-#include "platform/KeyboardLayout.h"
+#include "x11/KeyboardLayout.h"
 
 #include <QKeyEvent>
 #include <QPainter>

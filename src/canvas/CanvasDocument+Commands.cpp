@@ -107,6 +107,64 @@ QString plural(const QString& base, size_t count) {
     return count > 1 ? base + QLatin1Char('s') : base;
 }
 
+// Bring to front, forward, backward and to back, each enabled where the stack allows it.
+void appendOrderItems(std::vector<CanvasMenuItem>& menu, bool forward, bool backward) {
+    using Action = CanvasMenuItem::Action;
+    menu.push_back(CanvasMenuItem::make(Action::bringToFront, QStringLiteral("Bring to front"),
+                                        QStringLiteral("bring-to-front"), forward));
+    menu.push_back(CanvasMenuItem::make(Action::bringForward, QStringLiteral("Bring forward"),
+                                        QStringLiteral("bring-forward"), forward));
+    menu.push_back(CanvasMenuItem::make(Action::sendBackward, QStringLiteral("Send backward"),
+                                        QStringLiteral("send-backward"), backward));
+    CanvasMenuItem toBack = CanvasMenuItem::make(Action::sendToBack, QStringLiteral("Send to back"),
+                                                 QStringLiteral("send-to-back"), backward);
+    toBack.separatorAfter = true;
+    menu.push_back(toBack);
+}
+
+// One icon a cap; the current one checked and disabled.
+CanvasMenuItem arrowStyleItem(ArrowEndCap current) {
+    using Action = CanvasMenuItem::Action;
+    static const QString labels[] = {
+        QStringLiteral("Triangle"), QStringLiteral("Triangle (both ends)"), QStringLiteral("Dot"),
+        QStringLiteral("Dot (both ends)"), QStringLiteral("Line (no caps)")};
+    CanvasMenuItem arrowStyle = CanvasMenuItem::make(
+        Action::arrowStyle, QStringLiteral("Arrow style"), QStringLiteral("arrow-style"));
+    for (ArrowEndCap cap : allCases<ArrowEndCap>()) {
+        CanvasMenuItem item =
+            CanvasMenuItem::make(Action::applyArrowEndCap, QString(), rawValue(cap));
+        item.argument = static_cast<int>(cap);
+        item.toolTip = labels[static_cast<int>(cap)];
+        item.checked = cap == current;
+        item.enabled = cap != current;
+        arrowStyle.submenu.push_back(item);
+    }
+    arrowStyle.separatorAfter = true;
+    return arrowStyle;
+}
+
+// The presets saved for the selected annotation's tool, by date; the one it already wears is
+// disabled.
+CanvasMenuItem applyPresetItem(const std::vector<PresetEntry>& presets,
+                               const Annotation& selected) {
+    using Action = CanvasMenuItem::Action;
+    CanvasMenuItem apply = CanvasMenuItem::make(Action::none, QStringLiteral("Apply style preset"),
+                                                QStringLiteral("palette"));
+    for (size_t i = 0; i < presets.size(); ++i) {
+        const PresetEntry& preset = presets[i];
+        CanvasMenuItem item = CanvasMenuItem::make(
+            Action::applyStylePreset,
+            QLocale::c().toString(preset.savedAt.toLocalTime(), QStringLiteral("M/d, h:mm AP")),
+            QString());
+        item.argument = static_cast<int>(i);
+        item.enabled = !matchesStyle(selected, preset.style);
+        item.swatchStyle = preset.style;
+        item.swatchTool = toolFor(selected);
+        apply.submenu.push_back(item);
+    }
+    return apply;
+}
+
 } // namespace
 
 void CanvasDocument::restyleSelection(const StyleChange& change) {
@@ -227,39 +285,11 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
         select.separatorAfter = true;
         menu.push_back(select);
     }
-    const bool forward = canBringForward();
-    const bool backward = canSendBackward();
-    menu.push_back(CanvasMenuItem::make(Action::bringToFront, QStringLiteral("Bring to front"),
-                                        QStringLiteral("bring-to-front"), forward));
-    menu.push_back(CanvasMenuItem::make(Action::bringForward, QStringLiteral("Bring forward"),
-                                        QStringLiteral("bring-forward"), forward));
-    menu.push_back(CanvasMenuItem::make(Action::sendBackward, QStringLiteral("Send backward"),
-                                        QStringLiteral("send-backward"), backward));
-    CanvasMenuItem toBack = CanvasMenuItem::make(Action::sendToBack, QStringLiteral("Send to back"),
-                                                 QStringLiteral("send-to-back"), backward);
-    toBack.separatorAfter = true;
-    menu.push_back(toBack);
+    appendOrderItems(menu, canBringForward(), canSendBackward());
 
     const std::vector<Annotation> selected = selectedAnnotations();
     if (selected.size() == 1 && kindOf(selected.front()) == AnnotationKind::arrow) {
-        static const QString labels[] = {QStringLiteral("Triangle"),
-                                         QStringLiteral("Triangle (both ends)"),
-                                         QStringLiteral("Dot"), QStringLiteral("Dot (both ends)"),
-                                         QStringLiteral("Line (no caps)")};
-        CanvasMenuItem arrowStyle = CanvasMenuItem::make(
-            Action::arrowStyle, QStringLiteral("Arrow style"), QStringLiteral("arrow-style"));
-        const ArrowEndCap current = std::get<ArrowAnnotation>(selected.front()).endCap;
-        for (ArrowEndCap cap : allCases<ArrowEndCap>()) {
-            CanvasMenuItem item =
-                CanvasMenuItem::make(Action::applyArrowEndCap, QString(), rawValue(cap));
-            item.argument = static_cast<int>(cap);
-            item.toolTip = labels[static_cast<int>(cap)];
-            item.checked = cap == current;
-            item.enabled = cap != current;
-            arrowStyle.submenu.push_back(item);
-        }
-        arrowStyle.separatorAfter = true;
-        menu.push_back(arrowStyle);
+        menu.push_back(arrowStyleItem(std::get<ArrowAnnotation>(selected.front()).endCap));
     }
 
     const bool anyUnlocked = std::any_of(selected.begin(), selected.end(),
@@ -277,22 +307,7 @@ std::vector<CanvasMenuItem> CanvasDocument::contextMenu(QPointF point) {
     if (selected.size() == 1 && presetsForTool) {
         m_menuPresets = presetsForTool(toolFor(selected.front()));
         if (!m_menuPresets.empty()) {
-            CanvasMenuItem apply = CanvasMenuItem::make(
-                Action::none, QStringLiteral("Apply style preset"), QStringLiteral("palette"));
-            for (size_t i = 0; i < m_menuPresets.size(); ++i) {
-                const PresetEntry& preset = m_menuPresets[i];
-                CanvasMenuItem item =
-                    CanvasMenuItem::make(Action::applyStylePreset,
-                                         QLocale::c().toString(preset.savedAt.toLocalTime(),
-                                                               QStringLiteral("M/d, h:mm AP")),
-                                         QString());
-                item.argument = static_cast<int>(i);
-                item.enabled = !matchesStyle(selected.front(), preset.style);
-                item.swatchStyle = preset.style;
-                item.swatchTool = toolFor(selected.front());
-                apply.submenu.push_back(item);
-            }
-            menu.push_back(apply);
+            menu.push_back(applyPresetItem(m_menuPresets, selected.front()));
         }
     }
     menu.back().separatorAfter = true;

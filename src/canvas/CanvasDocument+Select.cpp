@@ -18,6 +18,67 @@ bool intersectsClosed(const QRectF& a, const QRectF& b) {
 
 } // namespace
 
+// Shift-click adds or removes the annotation under the pointer; clicking the same stack again
+// moves on to the next one in it.
+void CanvasDocument::shiftClick(const std::vector<int>& hits) {
+    if (hits.empty()) {
+        return;
+    }
+    int target = hits.front();
+    if (m_shiftCycleTarget) {
+        const auto at = std::find(hits.begin(), hits.end(), *m_shiftCycleTarget);
+        if (at != hits.end()) {
+            target = hits[static_cast<size_t>((at - hits.begin() + 1) % hits.size())];
+        }
+    }
+    m_shiftCycleTarget = target;
+    std::set<int> selection = m_selected;
+    if (!selection.erase(target)) {
+        selection.insert(target);
+    }
+    setSelection(std::move(selection));
+}
+
+// A press on a multiple selection moves it all; on a single one's handle or arrow anchor, it
+// reshapes it.
+bool CanvasDocument::beginSelectionDrag(QPointF point, const std::vector<int>& hits) {
+    if (m_selected.size() >= 2) {
+        const bool hitSelected = std::any_of(hits.begin(), hits.end(),
+                                             [this](int i) { return m_selected.count(i) > 0; });
+        const auto bounds = selectionBounds();
+        if (hitSelected ||
+            (bounds && geometry::containsClosed(bounds->adjusted(-3, -3, 3, 3), point))) {
+            MoveMultipleDrag drag{point, {}};
+            for (int i : m_selected) {
+                if (validIndex(i)) {
+                    drag.originals.emplace_back(i, m_annotations[static_cast<size_t>(i)]);
+                }
+            }
+            m_selectDragOp = std::move(drag);
+            redisplay();
+            return true;
+        }
+    }
+    if (m_selected.size() == 1 && validIndex(*m_selected.begin())) {
+        const int index = *m_selected.begin();
+        const Annotation& selected = m_annotations[static_cast<size_t>(index)];
+        if (!isLocked(selected)) {
+            if (const auto* arrow = std::get_if<ArrowAnnotation>(&selected)) {
+                if (const auto anchor = geometry::arrowAnchorAt(*arrow, point, zoom)) {
+                    m_selectDragOp = ArrowAdjustDrag{*anchor, point, index, *arrow};
+                    redisplay();
+                    return true;
+                }
+            } else if (const auto handle = geometry::annotationHandleAt(selected, point, zoom)) {
+                m_selectDragOp = ResizeDrag{*handle, point, index, selected};
+                redisplay();
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 void CanvasDocument::selectMouseDown(QPointF point, Qt::KeyboardModifiers modifiers,
                                      int clickCount) {
     m_hasDraggedAnnotation = false;
@@ -34,60 +95,13 @@ void CanvasDocument::selectMouseDown(QPointF point, Qt::KeyboardModifiers modifi
     }
     const std::vector<int> hits = geometry::hitIndices(m_annotations, point);
     if (shift) {
-        if (hits.empty()) {
-            return;
-        }
-        int target = hits.front();
-        if (m_shiftCycleTarget) {
-            const auto at = std::find(hits.begin(), hits.end(), *m_shiftCycleTarget);
-            if (at != hits.end()) {
-                target = hits[static_cast<size_t>((at - hits.begin() + 1) % hits.size())];
-            }
-        }
-        m_shiftCycleTarget = target;
-        std::set<int> selection = m_selected;
-        if (!selection.erase(target)) {
-            selection.insert(target);
-        }
-        setSelection(std::move(selection));
+        shiftClick(hits);
         return;
     }
     m_shiftCycleTarget.reset();
     m_listBeforeDrag = m_annotations;
-
-    if (m_selected.size() >= 2) {
-        const bool hitSelected = std::any_of(hits.begin(), hits.end(),
-                                             [this](int i) { return m_selected.count(i) > 0; });
-        const auto bounds = selectionBounds();
-        if (hitSelected ||
-            (bounds && geometry::containsClosed(bounds->adjusted(-3, -3, 3, 3), point))) {
-            MoveMultipleDrag drag{point, {}};
-            for (int i : m_selected) {
-                if (validIndex(i)) {
-                    drag.originals.emplace_back(i, m_annotations[static_cast<size_t>(i)]);
-                }
-            }
-            m_selectDragOp = std::move(drag);
-            redisplay();
-            return;
-        }
-    }
-    if (m_selected.size() == 1 && validIndex(*m_selected.begin())) {
-        const int index = *m_selected.begin();
-        const Annotation& selected = m_annotations[static_cast<size_t>(index)];
-        if (!isLocked(selected)) {
-            if (const auto* arrow = std::get_if<ArrowAnnotation>(&selected)) {
-                if (const auto anchor = geometry::arrowAnchorAt(*arrow, point, zoom)) {
-                    m_selectDragOp = ArrowAdjustDrag{*anchor, point, index, *arrow};
-                    redisplay();
-                    return;
-                }
-            } else if (const auto handle = geometry::annotationHandleAt(selected, point, zoom)) {
-                m_selectDragOp = ResizeDrag{*handle, point, index, selected};
-                redisplay();
-                return;
-            }
-        }
+    if (beginSelectionDrag(point, hits)) {
+        return;
     }
     if (hits.empty()) {
         m_selected.clear();

@@ -296,6 +296,10 @@ private:
     std::optional<QRectF> selectionBounds() const;
 
     void selectMouseDown(QPointF point, Qt::KeyboardModifiers modifiers, int clickCount);
+
+    void shiftClick(const std::vector<int>& hits);
+
+    bool beginSelectionDrag(QPointF point, const std::vector<int>& hits);
     void selectMouseDragged(QPointF point, Qt::KeyboardModifiers modifiers);
     void selectMouseUp();
     void drawingMouseDown(QPointF point);

@@ -4,8 +4,8 @@
 #include "capture/CaptureGeometry.h"
 #include "capture/CaptureView.h"
 #include "capture/ScrollCapture.h"
-#include "platform/X11Wheel.h"
-#include "platform/X11Windows.h"
+#include "x11/X11Wheel.h"
+#include "x11/X11Windows.h"
 
 #include <QCursor>
 #include <QGuiApplication>

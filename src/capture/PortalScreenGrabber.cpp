@@ -1,6 +1,6 @@
 #include "capture/PortalScreenGrabber.h"
 
-#include "platform/PortalRequest.h"
+#include "portals/PortalRequest.h"
 
 #include <QFile>
 #include <QImageReader>

@@ -2,7 +2,7 @@
 
 #include "ai/ConsoleText.h"
 #include "capture/PortalScreenGrabber.h"
-#include "platform/DisplaySession.h"
+#include "desktop/DisplaySession.h"
 
 #include <QGuiApplication>
 #include <QPixmap>

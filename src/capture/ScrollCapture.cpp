@@ -1,7 +1,7 @@
 #include "capture/ScrollCapture.h"
 
 #include "capture/ScrollProgressView.h"
-#include "platform/X11Wheel.h"
+#include "x11/X11Wheel.h"
 
 #include <QScreen>
 

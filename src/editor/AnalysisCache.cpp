@@ -1,6 +1,6 @@
 #include "AnalysisCache.h"
 
-#include "platform/VisionAnalyzer.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>

@@ -4,8 +4,8 @@
 #include "EditorWindowController.h"
 #include "SplitButtons.h"
 #include "canvas/AnnotationCanvasView.h"
+#include "codecs/ImageImport.h"
 #include "library/PresetMenu.h"
-#include "platform/ImageImport.h"
 
 #include <QButtonGroup>
 #include <QColorDialog>

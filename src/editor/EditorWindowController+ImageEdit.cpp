@@ -3,12 +3,12 @@
 #include "EditorWindowController.h"
 #include "RedactionMarks.h"
 #include "canvas/AnnotationCanvasView.h"
+#include "filters/ImageFilters.h"
 #include "imaging/ImageOperations.h"
 #include "imaging/Redaction.h"
 #include "library/BundleAutosave.h"
 #include "library/Settings.h"
 #include "model/AnnotationGeometry.h"
-#include "platform/ImageFilters.h"
 
 #include <QApplication>
 

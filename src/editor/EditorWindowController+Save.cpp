@@ -5,11 +5,11 @@
 #include "ai/ConsoleText.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationCanvasView.h"
+#include "codecs/ImageExport.h"
+#include "desktop/BundleServices.h"
 #include "imaging/ExportFormats.h"
 #include "library/HistoryStore.h"
 #include "library/Settings.h"
-#include "platform/BundleServices.h"
-#include "platform/ImageExport.h"
 
 #include <QApplication>
 #include <QClipboard>

@@ -2,7 +2,9 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 using namespace vellumix;
 
@@ -84,13 +86,32 @@ TEST(GeminiRequests, QuestionBodyLeavesOutAnEmptySystemInstruction) {
               R"("generationConfig":{"responseModalities":["IMAGE","TEXT"]}})");
 }
 
+// The answer's schema asks for every field it describes, so the model leaves none out.
+TEST(GeminiRequests, DetectionSchemaRequiresEveryFieldItDescribes) {
+    using nlohmann::json;
+    const json body =
+        json::parse(detectionRequestBody("box it", "PNG", QSize(30, 20)).toStdString());
+    EXPECT_EQ(body["contents"][0]["parts"][0]["text"], "box it");
+    const json& config = body["generationConfig"];
+    EXPECT_EQ(config["responseMimeType"], "application/json");
+    EXPECT_EQ(config["responseSchema"]["type"], "array");
+    const json& item = config["responseSchema"]["items"];
+    std::vector<std::string> described;
+    for (const auto& [name, property] : item["properties"].items()) {
+        described.push_back(name);
+    }
+    std::vector<std::string> required = item["required"];
+    ASSERT_EQ(required.size(), 20u);
+    std::sort(required.begin(), required.end());
+    EXPECT_EQ(described, required); // properties iterate in key order
+    EXPECT_EQ(item["properties"]["operation"]["enum"], json({"create", "delete", "update"}));
+    EXPECT_EQ(item["properties"]["kind"]["enum"], json({"shape", "text"}));
+}
+
 TEST(GeminiRequests, DetectionInstructionNamesTheSizeAndGuidesEveryField) {
     const QString text = detectionInstruction(QSize(3000, 2000));
-    EXPECT_TRUE(text.startsWith(
-        "You detect objects in an image and return annotations for them. The image is 3000 × 2000 "
-        "pixels (origin at top-left, y grows downward).\n\nFor each target the user names, return "
-        "one directive matching the schema below. If the request is vague or no matching object "
-        "is in the image, return an empty array.\n\nFIELD VALUES:\n"));
+    EXPECT_TRUE(text.contains("The image is 3000 × 2000 pixels (origin at top-left, y grows "
+                              "downward)."));
     const qsizetype textOnly =
         text.indexOf("\nTEXT-ONLY FIELDS (use empty/0 unless kind=\"text\"):\n");
     ASSERT_GT(textOnly, 0);

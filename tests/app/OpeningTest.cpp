@@ -7,6 +7,7 @@
 #include "library/Settings.h"
 #include "support/Eventually.h"
 #include "support/HeicFixture.h"
+#include "support/TestFiles.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -33,89 +34,14 @@
 
 using namespace vellumix;
 using namespace test_support;
+using namespace vellumix::test;
 
 namespace {
-
-void writeBytes(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 QImage filled(int width, int height, QColor colour) {
     QImage image(width, height, QImage::Format_RGB32);
     image.fill(colour);
     return image;
-}
-
-quint32 crc32(const QByteArray& bytes) {
-    quint32 crc = 0xffffffffu;
-    for (char byte : bytes) {
-        crc ^= static_cast<quint8>(byte);
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
-        }
-    }
-    return ~crc;
-}
-
-QByteArray bigEndian(quint32 value) {
-    QByteArray bytes(4, '\0');
-    for (int i = 0; i < 4; ++i) {
-        bytes[i] = static_cast<char>((value >> (24 - 8 * i)) & 0xff);
-    }
-    return bytes;
-}
-
-QByteArray pngChunk(const QByteArray& type, const QByteArray& data) {
-    return bigEndian(static_cast<quint32>(data.size())) + type + data +
-           bigEndian(crc32(type + data));
-}
-
-// A valid PNG signature and header declaring 100000 × 100000 RGBA pixels (40 GB decoded),
-// then a few bytes of compressed data: enough for the header to be read, far too little to
-// decode.
-QByteArray hugePngHeader() {
-    QByteArray header = bigEndian(100000) + bigEndian(100000);
-    header +=
-        QByteArray("\x08\x06\x00\x00\x00", 5); // 8 bits, RGBA, deflate, no filter, no interlace
-    const QByteArray data = qCompress(QByteArray(64, '\0')).mid(4); // zlib stream
-    return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) + pngChunk("IDAT", data) +
-           pngChunk("IEND", {});
-}
-
-// Three pages without margins at 72 dpi: A4 with a red square, A5 with a green one, A4 with a
-// blue one, each 100 × 100 pt at (100, 100) pt, so pixels 200 … 400 at 144 dpi.
-QString writeThreePages(const QString& path) {
-    QPdfWriter writer(path);
-    writer.setResolution(72);
-    writer.setPageSize(QPageSize(QPageSize::A4));
-    writer.setPageMargins(QMarginsF(0, 0, 0, 0));
-    QPainter painter(&writer);
-    painter.fillRect(QRectF(100, 100, 100, 100), Qt::red);
-    writer.setPageSize(QPageSize(QPageSize::A5));
-    writer.newPage();
-    painter.fillRect(QRectF(100, 100, 100, 100), Qt::green);
-    writer.setPageSize(QPageSize(QPageSize::A4));
-    writer.newPage();
-    painter.fillRect(QRectF(100, 100, 100, 100), Qt::blue);
-    painter.end();
-    return path;
-}
-
-QByteArray zeroPagePdf() {
-    QByteArray pdf = "%PDF-1.4\n";
-    const qsizetype catalog = pdf.size();
-    pdf += "1 0 obj\n<< /Type /Catalog /Pages 2 0 R >>\nendobj\n";
-    const qsizetype pages = pdf.size();
-    pdf += "2 0 obj\n<< /Type /Pages /Kids [] /Count 0 >>\nendobj\n";
-    const qsizetype xref = pdf.size();
-    pdf += "xref\n0 3\n0000000000 65535 f \n";
-    pdf += QByteArray::number(catalog).rightJustified(10, '0') + " 00000 n \n";
-    pdf += QByteArray::number(pages).rightJustified(10, '0') + " 00000 n \n";
-    pdf +=
-        "trailer\n<< /Size 3 /Root 1 0 R >>\nstartxref\n" + QByteArray::number(xref) + "\n%%EOF\n";
-    return pdf;
 }
 
 QString makeBundle(const QString& path, const QImage& image) {

@@ -1,10 +1,10 @@
 #include "app/LinkTextField.h"
 #include "app/SettingsWindowController.h"
 #include "app/ShortcutRecorderView.h"
+#include "desktop/LoginItem.h"
 #include "editor/ColorWell.h"
 #include "library/Keychain.h"
 #include "library/Settings.h"
-#include "platform/LoginItem.h"
 
 #include <QAbstractButton>
 #include <QApplication>

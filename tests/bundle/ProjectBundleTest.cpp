@@ -2,6 +2,7 @@
 
 #include "model/AnnotationStyle.h"
 #include "model/OverlayRef.h"
+#include "support/TestFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -174,32 +175,8 @@ TEST(BundlePreviews, OverlayRefsAreUpperCaseUuids) {
 // A PNG whose header claims 100,000 × 100,000 pixels is refused before anything is decoded.
 TEST(ImageReading, EnormousDeclaredSizesAreRefused) {
     QTemporaryDir dir;
-    QImage small(4, 4, QImage::Format_RGB32);
-    small.fill(Qt::red);
     const QString path = dir.filePath("huge.png");
-    ASSERT_TRUE(small.save(path));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    QByteArray bytes = file.readAll();
-    // IHDR data starts at offset 16: width and height, big-endian; then fix the chunk's CRC.
-    const auto put32 = [&bytes](int at, quint32 v) {
-        for (int i = 0; i < 4; ++i) {
-            bytes[at + i] = char((v >> (24 - 8 * i)) & 0xFF);
-        }
-    };
-    put32(16, 100000);
-    put32(20, 100000);
-    quint32 crc = 0xFFFFFFFF;
-    for (int i = 12; i < 29; ++i) {
-        crc ^= quint8(bytes[i]);
-        for (int k = 0; k < 8; ++k) {
-            crc = (crc >> 1) ^ (0xEDB88320 & (0 - (crc & 1)));
-        }
-    }
-    put32(29, ~crc);
-    file.seek(0);
-    file.write(bytes);
-    file.close();
+    test::writeBytes(path, test::hugePngHeader());
     EXPECT_TRUE(readImageFile(path).isNull());
     EXPECT_TRUE(readImageFile(dir.filePath("missing.png")).isNull());
 }

@@ -22,10 +22,7 @@ start_xvfb 1440x900
 # Drags over the annotated picture from image pixel (40, 40) to (160, 130) in a running capture;
 # the new editor's image must hold exactly those pixels, the rectangle's red edge 10 pixels in.
 drag_and_expect_capture() {
-  xdotool mousemove $(at 40 40) sleep 0.1 mousedown 1 sleep 0.1
-  xdotool mousemove $(at 100 85) sleep 0.1
-  xdotool mousemove $(at 160 130) sleep 0.1
-  xdotool mouseup 1
+  drag_image 40 40 160 130
   sleep 1
   local newest probed
   newest=$(newest_bundle)
@@ -164,10 +161,7 @@ xdotool key e
 sleep 0.3
 xdotool mousemove $((X + 38)) $((Y + 61)) click 1
 sleep 0.3
-xdotool mousemove $(at 200 150) sleep 0.1 mousedown 1 sleep 0.1
-xdotool mousemove $(at 250 200) sleep 0.1
-xdotool mousemove $(at 300 250) sleep 0.1
-xdotool mouseup 1
+drag_image 200 150 300 250
 sleep 0.3
 xdotool key Return
 sleep 0.5

@@ -157,6 +157,14 @@ sni_watcher_reports() {
 # area: image pixel (0, 0) is window point (200, 130).
 at() { echo $((X + 200 + $1)) $((Y + 130 + $2)); }
 
+# drag_image X0 Y0 X1 Y1: a left-button drag between two image pixels, by way of their middle.
+drag_image() {
+  xdotool mousemove $(at "$1" "$2") sleep 0.1 mousedown 1 sleep 0.1
+  xdotool mousemove $(at $((($1 + $3) / 2)) $((($2 + $4) / 2))) sleep 0.1
+  xdotool mousemove $(at "$3" "$4") sleep 0.1
+  xdotool mouseup 1
+}
+
 # open_and_draw ARGS...: opens ARGS in a new app on the screen under the mouse, then draws a
 # 100 × 70 rectangle from image pixel (50, 50) with the R key and a mouse drag.
 open_and_draw() {
@@ -164,9 +172,6 @@ open_and_draw() {
   open_editor "$@"
   xdotool key r
   sleep 0.2
-  xdotool mousemove $(at 50 50) sleep 0.1 mousedown 1 sleep 0.1
-  xdotool mousemove $(at 100 85) sleep 0.1
-  xdotool mousemove $(at 150 120) sleep 0.1
-  xdotool mouseup 1
+  drag_image 50 50 150 120
   sleep 0.5
 }

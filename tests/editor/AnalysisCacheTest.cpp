@@ -1,34 +1,18 @@
 #include "editor/AnalysisCache.h"
 
 #include "EditorWindowFixture.h"
-#include "platform/VisionAnalyzer.h"
+#include "support/TextPictures.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <QPainter>
 #include <QThreadPool>
 
 #include <mutex>
 
+using vellumix::test::caption;
+using vellumix::test::texts;
+
 namespace {
-
-QImage caption(const QString& text) {
-    QImage image(640, 120, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(24);
-    painter.setFont(font);
-    painter.setPen(Qt::black);
-    painter.drawText(QPointF(30, 70), text);
-    return image;
-}
-
-QStringList texts(const VisionAnalysis& analysis) {
-    QStringList all;
-    for (const OCRLine& line : analysis.lines) {
-        all << line.text;
-    }
-    return all;
-}
 
 // The platform's analyzer, with a record of every run: the text it found and whether it had
 // been told to stop by the time it returned.

@@ -49,45 +49,29 @@ TEST_F(EditorWindowTest, AControlChangeRestylesTheSelectionAsOneStep) {
     lineWidthPopUp()->setFocus();
     QTest::keyClick(lineWidthPopUp(), Qt::Key_Down);
     EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("M"));
+    // One step for both (the restyle rules are the model's).
     EXPECT_EQ(doc().undoStack().count(), steps + 1);
-    EXPECT_EQ(doc().undoStack().undoText(), QStringLiteral("Restyle Annotations"));
     for (const Annotation& a : doc().annotations()) {
         EXPECT_EQ(std::get<ShapeAnnotation>(a).lineWidth, 4);
     }
-    // One undo puts both back.
-    doc().undoStack().undo();
-    for (const Annotation& a : doc().annotations()) {
-        EXPECT_EQ(std::get<ShapeAnnotation>(a).lineWidth, 2);
-    }
 }
 
-TEST_F(EditorWindowTest, ZoomStepsStopAtTheLimits) {
+// The steps and limits are the model's; here the buttons and Ctrl+wheel reach it and the canvas
+// follows.
+TEST_F(EditorWindowTest, ZoomButtonsAndTheWheelResizeTheCanvas) {
     openImage(400, 300);
     QTest::mouseClick(zoomInButton(), Qt::LeftButton);
     EXPECT_EQ(zoomText(), QStringLiteral("125%"));
-    EXPECT_DOUBLE_EQ(canvas()->magnification(), 1.25);
     // The canvas grows with the magnification: 440 × 340 units at 1.25.
     EXPECT_EQ(canvas()->size(), QSize(550, 425));
-    for (int i = 0; i < 10; ++i) {
-        if (zoomInButton()->isEnabled()) {
-            QTest::mouseClick(zoomInButton(), Qt::LeftButton);
-        }
-    }
-    EXPECT_EQ(zoomText(), QStringLiteral("400%"));
-    EXPECT_FALSE(zoomInButton()->isEnabled());
-    for (int i = 0; i < 20; ++i) {
-        if (zoomOutButton()->isEnabled()) {
-            QTest::mouseClick(zoomOutButton(), Qt::LeftButton);
-        }
-    }
-    EXPECT_EQ(zoomText(), QStringLiteral("25%"));
-    EXPECT_FALSE(zoomOutButton()->isEnabled());
-
+    QTest::mouseClick(zoomOutButton(), Qt::LeftButton);
+    QTest::mouseClick(zoomOutButton(), Qt::LeftButton);
+    EXPECT_EQ(zoomText(), QStringLiteral("80%"));
     // Ctrl+wheel steps too, one notch a step.
     QWheelEvent wheel(QPointF(50, 50), window->scrollView()->mapToGlobal(QPoint(50, 50)), {},
                       QPoint(0, 120), Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(window->scrollView()->viewport(), &wheel);
-    EXPECT_EQ(zoomText(), QStringLiteral("26%")); // 1.25^-6
+    EXPECT_EQ(zoomText(), QStringLiteral("100%"));
 }
 
 TEST_F(EditorWindowTest, SelectionReadOutsFollowTheSelection) {
@@ -98,8 +82,6 @@ TEST_F(EditorWindowTest, SelectionReadOutsFollowTheSelection) {
     EXPECT_FALSE(imageGroupShown()); // the selection's read-out takes the image's place
     EXPECT_EQ(selectedPos(), QStringLiteral("x: 20, y: 40"));
     EXPECT_EQ(selectedSize(), QStringLiteral("81 × 50 px"));
-    dragOnCanvas({80, 85}, {90, 95});
-    EXPECT_EQ(selectedPos(), QStringLiteral("x: 30, y: 50"));
     QTest::mouseClick(canvas(), Qt::LeftButton, {}, at({380, 280}));
     EXPECT_FALSE(selectionShown());
     EXPECT_TRUE(imageGroupShown());

@@ -3,6 +3,7 @@
 #include "EditorWindowFixture.h"
 #include "editor/RedactionBar.h"
 #include "editor/RedactionMarks.h"
+#include "support/TextPictures.h"
 
 #include <QFont>
 #include <QPainter>
@@ -11,18 +12,11 @@ namespace vellumix {
 
 namespace {
 
-// Dark text on white, large enough to be read back reliably.
 QImage pictureWithAnEmailAddress() {
-    QImage image(640, 200, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter p(&image);
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(22);
-    p.setFont(font);
-    p.setPen(QColor(30, 30, 30));
-    p.drawText(QPoint(30, 60), QStringLiteral("Release notes for the spring update"));
-    p.drawText(QPoint(30, 130), QStringLiteral("Contact jane.doe@example.com today"));
-    return image;
+    return test::textPicture(
+        QSize(640, 200), 22,
+        {{QPoint(30, 60), QStringLiteral("Release notes for the spring update")},
+         {QPoint(30, 130), QStringLiteral("Contact jane.doe@example.com today")}});
 }
 
 bool allOf(const QImage& image, const QRect& area, QRgb colour) {

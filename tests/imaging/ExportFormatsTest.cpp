@@ -17,41 +17,25 @@ std::vector<QString> labels() {
 }
 } // namespace
 
-TEST(ExportFormats, LabelsTypesAndFiltersInDialogOrder) {
+TEST(ExportFormats, LabelsExtensionsTypesAndFiltersAgreeInDialogOrder) {
     EXPECT_EQ(labels(),
               (std::vector<QString>{"PNG", "JPEG", "HEIC", "TIFF", "GIF", "BMP", "WebP"}));
-    EXPECT_EQ(mimeType(ExportFormat::png), "image/png");
-    EXPECT_EQ(mimeType(ExportFormat::jpeg), "image/jpeg");
-    EXPECT_EQ(mimeType(ExportFormat::heic), "image/heic");
-    EXPECT_EQ(mimeType(ExportFormat::tiff), "image/tiff");
-    EXPECT_EQ(mimeType(ExportFormat::gif), "image/gif");
-    EXPECT_EQ(mimeType(ExportFormat::bmp), "image/bmp");
-    EXPECT_EQ(mimeType(ExportFormat::webp), "image/webp");
-
-    EXPECT_EQ(nameFilter(ExportFormat::png), "PNG (*.png)");
-    EXPECT_EQ(nameFilter(ExportFormat::jpeg), "JPEG (*.jpg *.jpeg *.jpe)");
-    EXPECT_EQ(nameFilter(ExportFormat::heic), "HEIC (*.heic *.heif)");
-    EXPECT_EQ(nameFilter(ExportFormat::tiff), "TIFF (*.tif *.tiff)");
-    EXPECT_EQ(nameFilter(ExportFormat::bmp), "BMP (*.bmp *.dib)");
-    EXPECT_EQ(nameFilter(ExportFormat::webp), "WebP (*.webp)");
-}
-
-TEST(ExportFormats, ExtensionTableWithTheAppendedOneFirst) {
+    for (ExportFormat f : allExportFormats) {
+        const QStringList extensions = fileExtensions(f);
+        ASSERT_FALSE(extensions.isEmpty());
+        EXPECT_EQ(mimeType(f), "image/" + formatLabel(f).toLower());
+        EXPECT_EQ(nameFilter(f),
+                  QStringLiteral("%1 (*.%2)").arg(formatLabel(f), extensions.join(" *.")));
+        for (const QString& extension : extensions) {
+            EXPECT_EQ(formatForExtension(extension.toUpper()), f) << extension.toStdString();
+        }
+    }
+    // The first extension is the one appended to a name without one.
     EXPECT_EQ(fileExtensions(ExportFormat::jpeg), (QStringList{"jpg", "jpeg", "jpe"}));
-    EXPECT_EQ(fileExtensions(ExportFormat::heic), (QStringList{"heic", "heif"}));
-    EXPECT_EQ(fileExtensions(ExportFormat::tiff), (QStringList{"tif", "tiff"}));
-    EXPECT_EQ(fileExtensions(ExportFormat::gif), (QStringList{"gif"}));
-
-    EXPECT_EQ(formatForExtension("JPG"), ExportFormat::jpeg);
-    EXPECT_EQ(formatForExtension("jpe"), ExportFormat::jpeg);
-    EXPECT_EQ(formatForExtension("Tiff"), ExportFormat::tiff);
-    EXPECT_EQ(formatForExtension("HEIF"), ExportFormat::heic);
-    EXPECT_EQ(formatForExtension("dib"), ExportFormat::bmp);
-    EXPECT_EQ(formatForExtension("webp"), ExportFormat::webp);
-    EXPECT_EQ(formatForExtension("pdf"), std::nullopt);
-    EXPECT_EQ(formatForExtension(""), std::nullopt);
-    EXPECT_EQ(formatForExtension(".png"), std::nullopt); // no dot in the table
-    EXPECT_EQ(formatForExtension("pngx"), std::nullopt);
+    EXPECT_EQ(fileExtensions(ExportFormat::bmp).front(), "bmp");
+    for (const char* unknown : {"pdf", "", ".png", "pngx"}) {
+        EXPECT_EQ(formatForExtension(unknown), std::nullopt) << unknown;
+    }
 }
 
 TEST(ExportFormats, TheWrittenFormatFollowsTheTypedExtension) {

@@ -2,9 +2,9 @@
 // are read on the untouched picture and not even in part once redacted and exported as PNG,
 // while the text around them still is.
 
+#include "codecs/ImageExport.h"
 #include "imaging/Redaction.h"
-#include "platform/ImageExport.h"
-#include "platform/VisionAnalyzer.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <QFont>
 #include <QFontMetricsF>

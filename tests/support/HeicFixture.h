@@ -3,7 +3,7 @@
 // A real HEIC file, made at test time by the app's own encoder (libheif with x265, through the
 // codecs module), so no binary fixture is kept that could not be made again.
 
-#include "platform/ImageExport.h"
+#include "codecs/ImageExport.h"
 
 #include <QFile>
 #include <QImage>

@@ -1,6 +1,6 @@
 // Prints the text lines the image analysis reads in a PNG, one a line, in reading order: for
 // end-to-end scripts that check what a captured picture shows.
-#include "platform/VisionAnalyzer.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <QGuiApplication>
 #include <QImage>

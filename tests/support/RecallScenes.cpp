@@ -1,7 +1,7 @@
 #include "support/RecallScenes.h"
 
 #include "imaging/Redaction.h"
-#include "platform/VisionAnalyzer.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <QDir>
 #include <QStandardPaths>

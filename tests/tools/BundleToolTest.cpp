@@ -2,6 +2,7 @@
 
 #include "bundle/ProjectBundle.h"
 #include "support/HeicFixture.h"
+#include "support/TextPictures.h"
 
 #include <QDir>
 #include <QFile>
@@ -197,16 +198,12 @@ TEST_F(BundleToolTest, ContextTakesAnAnalysisFile) {
 
 TEST_F(BundleToolTest, AnalyzeFeedsContextAndRedactHidesWhatItFinds) {
     // An e-mail address and an IP address as an interface shows them.
-    QImage page(640, 90, QImage::Format_RGB32);
-    page.fill(Qt::white);
-    QPainter painter(&page);
     QFont font(QStringLiteral("DejaVu Sans"));
     font.setPixelSize(20);
-    painter.setFont(font);
-    painter.setPen(Qt::black);
-    painter.drawText(20, 35, QStringLiteral("Contact: jane.doe@example.com"));
-    painter.drawText(20, 75, QStringLiteral("Server 192.168.40.12 is up"));
-    painter.end();
+    const QImage page =
+        test::textPicture(QSize(640, 90), 20,
+                          {{QPoint(20, 35), QStringLiteral("Contact: jane.doe@example.com")},
+                           {QPoint(20, 75), QStringLiteral("Server 192.168.40.12 is up")}});
     ASSERT_TRUE(page.save(imagePath()));
     ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
 

@@ -2,9 +2,9 @@
 #include "ai/SensitiveText.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/CanvasDocument.h"
+#include "desktop/BundleServices.h"
 #include "imaging/Redaction.h"
-#include "platform/BundleServices.h"
-#include "platform/VisionAnalyzer.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <nlohmann/json.hpp>
 

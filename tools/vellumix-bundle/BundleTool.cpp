@@ -10,16 +10,16 @@
 #include "bundle/ProjectBundle.h"
 #include "canvas/AnnotationRenderer.h"
 #include "canvas/CanvasDocument.h"
+#include "codecs/FastPngEncoder.h"
+#include "codecs/ImageImport.h"
+#include "desktop/BundleServices.h"
+#include "desktop/SecretServiceKeychain.h"
+#include "filters/ImageFilters.h"
 #include "imaging/ImageOperations.h"
 #include "imaging/Redaction.h"
 #include "library/Keychain.h"
 #include "model/CodableAnnotation.h"
-#include "platform/BundleServices.h"
-#include "platform/FastPngEncoder.h"
-#include "platform/ImageFilters.h"
-#include "platform/ImageImport.h"
-#include "platform/SecretServiceKeychain.h"
-#include "platform/VisionAnalyzer.h"
+#include "vision/VisionAnalyzer.h"
 
 #include <QEventLoop>
 #include <QFile>
