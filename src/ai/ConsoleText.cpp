@@ -2,33 +2,12 @@
 
 #include <QTextBoundaryFinder>
 
-#include <cstdio>
 #include <unistd.h>
 
 namespace vellumix::console {
 
 using nlohmann::json;
 
-QString appLine(const QString& text) {
-    return QStringLiteral("[Vellumix] ") + text;
-}
-
-QString geminiLine(const QString& text) {
-    return QStringLiteral("[Gemini] ") + text;
-}
-
-QString saveFailedLine(const QString& reason) {
-    return QStringLiteral("Save failed: ") + reason;
-}
-
-void print(const QString& line) {
-    std::printf("%s\n", line.toUtf8().constData());
-    std::fflush(stdout);
-}
-
-void say(const QString& text) {
-    print(appLine(text));
-}
 
 QString excerpt(const QString& text, int limit) {
     // A window of the text is enough to find the limit; a huge body is never scanned whole.

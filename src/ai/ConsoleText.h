@@ -5,22 +5,14 @@
 // short excerpt of what a server sent, and the text recognised on screen only where a person is
 // watching the output.
 
+#include "process/ConsoleLog.h"
+
 #include <QString>
 
 #include <nlohmann/json.hpp>
 
 namespace vellumix::console {
 
-/// The app's own lines start "[Vellumix] ", the cloud client's "[Gemini] ", and a save that did
-/// not reach the disk reads "Save failed: " and the reason.
-QString appLine(const QString& text);
-QString geminiLine(const QString& text);
-QString saveFailedLine(const QString& reason);
-
-/// Writes one line to standard output, flushed at once so that it survives a crash.
-void print(const QString& line);
-/// `print(appLine(text))`.
-void say(const QString& text);
 
 /// The most characters of a server's text that one console line carries.
 inline constexpr int serverTextLimit = 200;

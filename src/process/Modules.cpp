@@ -1,6 +1,6 @@
 #include "Modules.h"
 
-#include "ai/ConsoleText.h"
+#include "ConsoleLog.h"
 
 #include <cstdlib>
 #include <dlfcn.h>
