@@ -33,12 +33,13 @@ AppAssistant::AppAssistant(DocumentOpener& opener, Settings& settings, Keychain&
 
 void AppAssistant::apiKeyChanged() {
     m_keyStored = KeyStored::notAsked;
+    m_askingKey = false;
     ++m_keyQuestion;
     m_opener.refreshPromptFields();
 }
 
 void AppAssistant::askWhetherKeyStored() {
-    m_keyStored = KeyStored::asking;
+    m_askingKey = true;
     const int question = ++m_keyQuestion;
     auto returned = std::make_shared<bool>(false);
     m_keychain.askStored(
@@ -46,7 +47,7 @@ void AppAssistant::askWhetherKeyStored() {
             if (question != m_keyQuestion) {
                 return; // the key changed meanwhile; a newer question is out
             }
-            // A store that cannot tell leaves the field usable: the key is read when used.
+            m_askingKey = false;
             m_keyStored = !stored ? KeyStored::unknown : *stored ? KeyStored::yes : KeyStored::no;
             if (!*returned) {
                 return; // answered at once, inside promptFieldState
@@ -59,9 +60,11 @@ void AppAssistant::askWhetherKeyStored() {
 }
 
 PromptFieldState AppAssistant::promptFieldState() {
-    // A question left unanswered is asked again with the next window, not by its own refresh.
+    // A question the store could not answer is asked again with the next window, not by the
+    // refresh its own answer causes.
     const bool applying = m_applyingKeyAnswer || m_applyingCheck;
-    if (m_keyStored == KeyStored::notAsked || (m_keyStored == KeyStored::unknown && !applying)) {
+    if (!m_askingKey &&
+        (m_keyStored == KeyStored::notAsked || (m_keyStored == KeyStored::unknown && !applying))) {
         askWhetherKeyStored();
     }
     if (!m_applyingCheck && !m_availabilityCheck) {

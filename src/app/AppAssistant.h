@@ -29,9 +29,9 @@ public:
     void apiKeyChanged();
 
 private:
-    /// `asking` shows as no key until the answer comes; `unknown` (the store did not answer in
-    /// time) as a key, read when used.
-    enum class KeyStored { notAsked, asking, unknown, yes, no };
+    /// Not asked yet shows as no key until the answer comes; `unknown` (the store could not
+    /// tell in time) as a key, which is then read when used.
+    enum class KeyStored { notAsked, unknown, yes, no };
 
     PromptFieldState promptFieldState();
     void askWhetherKeyStored();
@@ -42,6 +42,7 @@ private:
     GeminiService m_gemini;
     AIService m_localModel;
     KeyStored m_keyStored = KeyStored::notAsked;
+    bool m_askingKey = false;
     int m_keyQuestion = 0;
     LocalModelAvailability m_localAvailability = LocalModelAvailability::otherUnavailable;
     std::unique_ptr<LocalModelCall> m_availabilityCheck;
