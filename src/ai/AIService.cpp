@@ -234,8 +234,7 @@ AIService::AIService(Options options)
     : questionInstructionsText(vellumix::questionInstructionsText())
     , annotationEditInstructionsText(vellumix::annotationEditInstructionsText())
     , imageEditInstructionsText(vellumix::imageEditInstructionsText())
-    , m_options(std::move(options))
-    , m_network(std::make_shared<QNetworkAccessManager>()) {
+    , m_options(std::move(options)) {
     if (m_options.baseUrls.isEmpty()) {
         m_options.baseUrls = defaultBaseUrls();
     }
@@ -249,6 +248,10 @@ QStringList AIService::defaultBaseUrls() {
 }
 
 LocalCallRunner* AIService::makeRunner() const {
+    if (!m_network) {
+        // Made on first use: the idle tray process has no need of the network stack.
+        m_network = std::make_shared<QNetworkAccessManager>();
+    }
     return new LocalCallRunner({m_network, m_options.baseUrls, m_options.probeTimeout,
                                 m_options.requestTimeout, m_options.log});
 }

@@ -97,7 +97,7 @@ private:
                    std::function<void(T)> result);
 
     Options m_options;
-    std::shared_ptr<QNetworkAccessManager> m_network;
+    mutable std::shared_ptr<QNetworkAccessManager> m_network;
 };
 
 } // namespace vellumix

@@ -101,8 +101,7 @@ bool GeminiCall::isRunning() const {
 
 GeminiService::GeminiService() : GeminiService(Options{}) {}
 
-GeminiService::GeminiService(Options options)
-    : m_options(std::move(options)), m_network(std::make_shared<QNetworkAccessManager>()) {
+GeminiService::GeminiService(Options options) : m_options(std::move(options)) {
     if (m_options.baseUrl.isEmpty()) {
         m_options.baseUrl = defaultBaseUrl();
     }
@@ -123,10 +122,18 @@ QString GeminiService::defaultBaseUrl() {
     return configured.isEmpty() ? QString::fromLatin1(gemini::publicBaseUrl) : configured;
 }
 
+const std::shared_ptr<QNetworkAccessManager>& GeminiService::network() const {
+    // Made on first use: the idle tray process has no need of the network stack.
+    if (!m_network) {
+        m_network = std::make_shared<QNetworkAccessManager>();
+    }
+    return m_network;
+}
+
 CallRoute GeminiService::route(const QUrl& url, std::chrono::milliseconds idle,
                                std::chrono::milliseconds total, StatusCallback status) const {
     CallRoute r;
-    r.network = m_network;
+    r.network = network();
     r.url = url;
     r.idleTimeout = idle;
     r.totalTimeout = total;

@@ -93,6 +93,7 @@ public:
     QString describeError(const GeminiFailure& failure) const;
 
 private:
+    const std::shared_ptr<QNetworkAccessManager>& network() const;
     detail::CallRoute route(const QUrl& url, std::chrono::milliseconds idle,
                             std::chrono::milliseconds total, StatusCallback status) const;
 
@@ -100,7 +101,7 @@ private:
     QUrl m_textModelUrl;
     /// Set when the base address would carry the key in clear: every call is refused.
     std::optional<QString> m_insecureAddress;
-    std::shared_ptr<QNetworkAccessManager> m_network;
+    mutable std::shared_ptr<QNetworkAccessManager> m_network;
 };
 
 } // namespace vellumix

@@ -6,6 +6,8 @@
 
 #include <QTimer>
 
+#include <memory>
+
 namespace vellumix {
 
 AppAssistant::AppAssistant(DocumentOpener& opener, Settings& settings, Keychain& keychain)
@@ -17,20 +19,53 @@ AppAssistant::AppAssistant(DocumentOpener& opener, Settings& settings, Keychain&
              if (!fromEnv.isEmpty()) {
                  return fromEnv;
              }
-             return ApiKeyStore(m_keychain).apiKey();
+             // Using the key may unlock the keyring; the answer also settles the field.
+             auto key = ApiKeyStore(m_keychain).apiKey();
+             if (key && m_keyStored != KeyStored::yes) {
+                 m_keyStored = KeyStored::yes;
+                 m_opener.refreshPromptFields();
+             }
+             return key;
          },
          [this] { m_opener.refreshPromptFields(); }});
     m_opener.promptFieldState = [this] { return promptFieldState(); };
 }
 
 void AppAssistant::apiKeyChanged() {
-    m_hasApiKey.reset();
+    m_keyStored = KeyStored::notAsked;
+    m_askingKey = false;
+    ++m_keyQuestion;
     m_opener.refreshPromptFields();
 }
 
+void AppAssistant::askWhetherKeyStored() {
+    m_askingKey = true;
+    const int question = ++m_keyQuestion;
+    auto returned = std::make_shared<bool>(false);
+    m_keychain.askStored(
+        ApiKeyStore::account, [this, question, returned](std::optional<bool> stored) {
+            if (question != m_keyQuestion) {
+                return; // the key changed meanwhile; a newer question is out
+            }
+            m_askingKey = false;
+            m_keyStored = !stored ? KeyStored::unknown : *stored ? KeyStored::yes : KeyStored::no;
+            if (!*returned) {
+                return; // answered at once, inside promptFieldState
+            }
+            m_applyingKeyAnswer = true;
+            m_opener.refreshPromptFields();
+            m_applyingKeyAnswer = false;
+        });
+    *returned = true;
+}
+
 PromptFieldState AppAssistant::promptFieldState() {
-    if (!m_hasApiKey) {
-        m_hasApiKey = ApiKeyStore(m_keychain).hasKey();
+    // A question the store could not answer is asked again with the next window, not by the
+    // refresh its own answer causes.
+    const bool applying = m_applyingKeyAnswer || m_applyingCheck;
+    if (!m_askingKey &&
+        (m_keyStored == KeyStored::notAsked || (m_keyStored == KeyStored::unknown && !applying))) {
+        askWhetherKeyStored();
     }
     if (!m_applyingCheck && !m_availabilityCheck) {
         m_availabilityCheck = m_localModel.checkAvailability([this](LocalModelStatus status) {
@@ -42,7 +77,8 @@ PromptFieldState AppAssistant::promptFieldState() {
             QTimer::singleShot(0, [this] { m_availabilityCheck.reset(); });
         });
     }
-    return vellumix::promptFieldState(m_settings.aiProvider(), *m_hasApiKey, m_localAvailability);
+    const bool hasKey = m_keyStored == KeyStored::yes || m_keyStored == KeyStored::unknown;
+    return vellumix::promptFieldState(m_settings.aiProvider(), hasKey, m_localAvailability);
 }
 
 } // namespace vellumix

@@ -49,8 +49,8 @@ AppDelegate::AppDelegate(DocumentOpener& opener, QObject* parent)
               MenuFlavor::drawnByApp);
     buildMenu(m_exportedMenu.get(), statusmenu::topLevelItems(MenuFlavor::drawnByDesktop),
               MenuFlavor::drawnByDesktop);
-    rebuildHistoryMenu();
-    refreshExportedHistory();
+    // The history rows, with their thumbnails, are read when a menu opens, not while the tray
+    // idles.
 }
 
 AppDelegate::~AppDelegate() = default;
@@ -76,6 +76,10 @@ void AppDelegate::installTrayIcon() {
     m_trayIcon = std::make_unique<QSystemTrayIcon>(applicationIcon());
     m_trayIcon->setToolTip(QStringLiteral("Capture screen area"));
     m_trayIcon->setContextMenu(desktopDrawsMenu ? m_exportedMenu.get() : m_statusMenu.get());
+    if (desktopDrawsMenu) {
+        // A desktop may read the exported layout before it asks to show the menu.
+        refreshExportedHistory();
+    }
     // A left click on the icon opens the app's menu, as on the other desktops' status items.
     connect(m_trayIcon.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {

@@ -85,8 +85,8 @@ Outcome runJob(const QString& service, int timeoutMs, Setup setup) {
 
 } // namespace
 
-SecretServiceKeychain::SecretServiceKeychain(QString service, int timeoutMs)
-    : m_service(std::move(service)), m_timeoutMs(timeoutMs) {}
+SecretServiceKeychain::SecretServiceKeychain(QString service, int timeoutMs, int searchTimeoutMs)
+    : m_service(std::move(service)), m_timeoutMs(timeoutMs), m_searchTimeoutMs(searchTimeoutMs) {}
 
 std::optional<QString> SecretServiceKeychain::read(const QString& account) const {
     const Outcome outcome = runJob<QKeychain::ReadPasswordJob>(

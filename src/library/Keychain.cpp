@@ -2,6 +2,12 @@
 
 namespace vellumix {
 
+void Keychain::askStored(const QString& account,
+                         std::function<void(std::optional<bool>)> done) const {
+    const auto value = read(account);
+    done(value.has_value() && !value->isEmpty());
+}
+
 std::optional<QString> ApiKeyStore::apiKey() const {
     auto key = m_keychain.read(account);
     if (!key || key->isEmpty()) {

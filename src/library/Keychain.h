@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 namespace vellumix {
@@ -16,6 +17,11 @@ public:
     virtual bool save(const QString& value, const QString& account) = 0;
     /// True also when there was no such item.
     virtual bool remove(const QString& account) = 0;
+    /// Whether an item is stored, asked without unlocking anything and without waiting on the
+    /// store: `done` gets true or false (now or later), or nothing when the store cannot tell.
+    /// Here: by reading it.
+    virtual void askStored(const QString& account,
+                           std::function<void(std::optional<bool>)> done) const;
 };
 
 /// The cloud model's API key, kept in the keychain and nowhere else.

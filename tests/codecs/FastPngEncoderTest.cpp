@@ -2,40 +2,91 @@
 
 #include <QBuffer>
 #include <QImageReader>
+#include <QImageWriter>
+#include <QPainter>
 
 #include <gtest/gtest.h>
+#include <random>
 
 using namespace vellumix;
 
 namespace {
+
 QImage decode(const QByteArray& png) {
     QBuffer buffer;
     buffer.setData(png);
     return QImageReader(&buffer, "png").read();
 }
-} // namespace
 
-TEST(FastPngEncoder, RoundTripsPixelsExactlyWithAndWithoutAlpha) {
-    QImage opaque(67, 33, QImage::Format_RGB32);
-    QImage translucent(67, 33, QImage::Format_ARGB32);
-    for (int y = 0; y < 33; ++y) {
-        for (int x = 0; x < 67; ++x) {
-            opaque.setPixel(x, y, qRgb(x * 3, y * 7, (x ^ y) & 255));
-            translucent.setPixel(x, y, qRgba(x * 3, y * 7, 9, (x * y) & 255));
-        }
-    }
-    opaque.setDotsPerMeterX(2835);
-    opaque.setDotsPerMeterY(2835);
-
-    const QImage a = decode(*encodePngFast(opaque));
-    EXPECT_FALSE(a.hasAlphaChannel()); // opaque pictures are stored as RGB
-    EXPECT_EQ(a.convertToFormat(QImage::Format_RGB32), opaque);
-    EXPECT_EQ(a.dotsPerMeterX(), 2835);
-
-    const QImage b = decode(*encodePngFast(translucent));
-    EXPECT_EQ(b.convertToFormat(QImage::Format_ARGB32), translucent);
+QByteArray qtPng(const QImage& image) {
+    QByteArray data;
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter(&buffer, "png").write(image);
+    return data;
 }
 
-TEST(FastPngEncoder, NullImagesAreNotEncoded) {
+// Content for every row filter: flat runs, gradients (Sub, Up, Average), noise (Paeth, None),
+// drawn text, and alpha that varies.
+QImage mixed(int width, int height, QImage::Format format) {
+    QImage image(width, height, format);
+    std::mt19937 rng(7);
+    std::uniform_int_distribution<int> noise(0, 255);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const int band = (y / 16) % 4;
+            const int v = band == 0   ? 200
+                          : band == 1 ? (x * 255) / width
+                          : band == 2 ? noise(rng)
+                                      : (x + y) & 255;
+            image.setPixel(x, y,
+                           qRgba(v, 255 - v, (v * 3) & 255,
+                                 format == QImage::Format_RGB32 ? 255 : (x * 7 + y) & 255));
+        }
+    }
+    QPainter painter(&image);
+    painter.setPen(Qt::black);
+    painter.drawText(QRect(0, 0, width, height), Qt::TextWordWrap,
+                     QStringLiteral("Lorem ipsum dolor sit amet 0123456789"));
+    return image;
+}
+
+} // namespace
+
+// Decoded pixels equal the originals for every shape and format, including pictures tall
+// enough to be deflated in several bands.
+TEST(FastPngEncoder, RoundTripsPixelsExactly) {
+    const struct {
+        QImage image;
+        bool alpha;
+    } cases[] = {
+        {mixed(67, 33, QImage::Format_RGB32), false},
+        {mixed(67, 33, QImage::Format_ARGB32), true},
+        {mixed(1, 300, QImage::Format_RGB32), false},
+        {mixed(300, 1, QImage::Format_ARGB32), true},
+        {mixed(333, 517, QImage::Format_RGB32), false},
+        {mixed(333, 517, QImage::Format_ARGB32_Premultiplied), true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.image.width() << "x" << c.image.height());
+        const auto png = encodePngFast(c.image);
+        ASSERT_TRUE(png);
+        const QImage decoded = decode(*png);
+        EXPECT_EQ(decoded.hasAlphaChannel(), c.alpha); // opaque pictures are stored as RGB
+        const QImage::Format plain = c.alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32;
+        EXPECT_EQ(decoded.convertToFormat(plain), c.image.convertToFormat(plain));
+    }
+    QImage withDpi = mixed(8, 8, QImage::Format_RGB32);
+    withDpi.setDotsPerMeterX(2835);
+    withDpi.setDotsPerMeterY(2835);
+    EXPECT_EQ(decode(*encodePngFast(withDpi)).dotsPerMeterX(), 2835);
     EXPECT_FALSE(encodePngFast(QImage()));
+}
+
+// Files are no larger than Qt's own writer makes of the same pixels.
+TEST(FastPngEncoder, NoLargerThanQtsWriter) {
+    for (const QImage& image :
+         {mixed(800, 500, QImage::Format_RGB32), mixed(640, 480, QImage::Format_ARGB32)}) {
+        EXPECT_LE(encodePngFast(image)->size(), qtPng(image).size()) << image.format();
+    }
 }

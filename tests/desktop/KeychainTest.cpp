@@ -1,4 +1,5 @@
 #include "desktop/SecretServiceKeychain.h"
+#include "support/Eventually.h"
 
 #include <QProcess>
 
@@ -64,19 +65,58 @@ TEST_F(KeychainTest, ApiKeyFieldTrimsSavesAndDeletes) {
     EXPECT_FALSE(key.hasKey()); // an empty stored value counts as none
 }
 
-// Without any session bus the keychain answers "nothing" quickly instead of failing loudly.
+// Whether a key is stored comes from the items' attributes, never by reading (and so unlocking)
+// the item, and always after askStored has returned.
+TEST_F(KeychainTest, AsksWhetherStoredWithoutReading) {
+    SecretServiceKeychain keychain(service("ask"));
+    const auto ask = [&keychain] {
+        std::optional<std::optional<bool>> answer;
+        keychain.askStored("geminiAPIKey", [&](std::optional<bool> stored) { answer = stored; });
+        EXPECT_FALSE(answer.has_value()) << "answered before returning";
+        EXPECT_TRUE(test::eventually([&] { return answer.has_value(); }));
+        return answer.value_or(std::nullopt);
+    };
+    EXPECT_EQ(ask(), false);
+    ASSERT_TRUE(keychain.save("a-key", "geminiAPIKey"));
+    EXPECT_EQ(ask(), true);
+    EXPECT_EQ(SecretServiceKeychain(service("other")).read("geminiAPIKey"), std::nullopt);
+    ASSERT_TRUE(keychain.remove("geminiAPIKey"));
+    EXPECT_EQ(ask(), false);
+}
+
+// Without any session bus the keychain answers "nothing" quickly instead of failing loudly; a
+// Secret Service that never answers leaves the question open after the search's timeout.
 TEST(KeychainWithoutService, FailuresAreValuesNotCrashes) {
-    const QString program = QStringLiteral(KEYCHAIN_PROBE_BINARY);
-    QProcess probe;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove("DBUS_SESSION_BUS_ADDRESS");
-    env.remove("DISPLAY");
-    env.insert("QT_QPA_PLATFORM", "offscreen");
-    probe.setProcessEnvironment(env);
-    probe.start(program, {});
-    ASSERT_TRUE(probe.waitForFinished(30000));
-    EXPECT_EQ(probe.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(QString::fromUtf8(probe.readAllStandardOutput()).trimmed(),
-              QStringLiteral("read=none save=false\nNo keyring is running: start gnome-keyring or "
-                             "KWallet to store the key."));
+    const QString probe = QStringLiteral(KEYCHAIN_PROBE_BINARY);
+    const QString silent = QStringLiteral(SILENT_SECRET_SERVICE_BINARY);
+    // The stand-in owns the name before the probe asks, and is stopped by its PID.
+    const QString withSilentService =
+        QStringLiteral("exec 3< <(exec \"$1\"); read -r ready <&3; \"$2\" ask; kill $!");
+    const struct {
+        QStringList command;
+        bool bus;
+        const char* printed;
+    } cases[] = {
+        {{probe},
+         false,
+         "read=none save=false\nNo keyring is running: start gnome-keyring or KWallet to store "
+         "the key."},
+        {{probe, "ask"}, false, "stored=no after-return=yes within-timeout=yes"},
+        {{"dbus-run-session", "--", "bash", "-c", withSilentService, "-", silent, probe},
+         true,
+         "stored=unknown after-return=yes within-timeout=yes"},
+    };
+    for (const auto& c : cases) {
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.remove("DBUS_SESSION_BUS_ADDRESS");
+        env.remove("DISPLAY");
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        process.setProcessEnvironment(env);
+        process.start(c.command.first(), c.command.mid(1));
+        ASSERT_TRUE(process.waitForFinished(30000)) << c.printed;
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(QString::fromUtf8(process.readAllStandardOutput()).trimmed(),
+                  QString::fromUtf8(c.printed));
+    }
 }
