@@ -21,17 +21,23 @@
 
 namespace {
 
-// What a launch asks for: files to open, and whether to capture at once.
+// What a launch asks for: files to open, and whether to capture at once (or after `--delay N`
+// seconds).
 struct LaunchRequest {
     QStringList files;
     bool captureNow = false;
+    int captureDelay = 0;
 };
 
 LaunchRequest readArguments() {
     LaunchRequest request;
-    for (const QString& argument : QApplication::arguments().mid(1)) {
+    const QStringList arguments = QApplication::arguments().mid(1);
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
         if (argument == QLatin1String("--capture")) {
             request.captureNow = true;
+        } else if (argument == QLatin1String("--delay") && i + 1 < arguments.size()) {
+            request.captureDelay = std::max(arguments[++i].toInt(), 0);
         } else if (!argument.startsWith(QLatin1Char('-'))) {
             request.files << argument;
         }
@@ -63,7 +69,9 @@ void connectShell(vellumix::DocumentOpener& opener, vellumix::AppDelegate& deleg
     };
     capture.onFailed = capture.onCancelled;
     delegate.onCapture = [&capture] { capture.start(); };
-    instance.onCapture = [&capture] { capture.start(); };
+    delegate.onDelayedCapture = [&capture](int seconds) { capture.start(seconds); };
+    instance.onCapture = [&capture](int seconds) { capture.start(seconds); };
+    capture.onCountdown = [&delegate](int secondsLeft) { delegate.showCountdown(secondsLeft); };
     instance.onActivate = [&delegate] { delegate.showHomeWindow(); };
     delegate.onPaste = [&opener] { opener.openFromClipboard(); };
     delegate.onOpen = [&opener] {
@@ -82,10 +90,10 @@ int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
     describeApplication();
 
-    const auto [files, captureNow] = readArguments();
+    const auto [files, captureNow, captureDelay] = readArguments();
     // A second launch hands its files (and --capture) to the running Vellumix and ends.
     vellumix::SingleInstance instance;
-    if (!instance.claim(files, captureNow)) {
+    if (!instance.claim(files, captureNow, QDBusConnection::sessionBus(), captureDelay)) {
         return 0;
     }
 
@@ -134,17 +142,18 @@ int main(int argc, char* argv[]) {
         settingsWindow->showWindow();
     };
 
-    QTimer::singleShot(0, &delegate,
-                       [&delegate, &capture, applyShortcut, openAll, files, captureNow] {
-                           delegate.applicationDidFinishLaunching(files.isEmpty() && !captureNow);
-                           applyShortcut();
-                           openAll(files);
-                           if (captureNow) {
-                               capture.start();
-                           }
-                           // Start-up's scratch memory goes back to the system: the tray
-                           // process mostly waits.
-                           QTimer::singleShot(1000, &vellumix::IdleMemory::releaseNow);
-                       });
+    QTimer::singleShot(
+        0, &delegate,
+        [&delegate, &capture, applyShortcut, openAll, files, captureNow, captureDelay] {
+            delegate.applicationDidFinishLaunching(files.isEmpty() && !captureNow);
+            applyShortcut();
+            openAll(files);
+            if (captureNow) {
+                capture.start(captureDelay);
+            }
+            // Start-up's scratch memory goes back to the system: the tray
+            // process mostly waits.
+            QTimer::singleShot(1000, &vellumix::IdleMemory::releaseNow);
+        });
     return QApplication::exec();
 }

@@ -51,6 +51,10 @@ OUTLINE=$("${MENU[@]}" outline)
 EXPECTED='Vellumix (disabled)
 -
 Capture
+Capture in
+  3 s
+  5 s
+  10 s
 Paste
 Open…
 History
