@@ -43,6 +43,17 @@ SIZE=$("$PROBE" "$SHOT" | head -1)
 "$PROBE" same "$SHOT" "$WORK/green.png" 0 0 || fail "the capture is not the screen without the counter"
 echo "PASS (delay): the overlay ${WAITED} ms after the counter showed; the counter not in the picture"
 
+# A later launch hands its delay to the running app; Escape on the counter cancels it all.
+BUNDLES=$(bundles_by_creation | wc -l)
+"$APP" --capture --delay 3
+for _ in $(seq 1 100); do [ -n "$(counter)" ] && break; sleep 0.05; done
+[ -n "$(counter)" ] || fail "the second launch's countdown did not appear"
+xdotool windowfocus --sync "$(counter | head -1)" key Escape
+sleep 3.5
+[ -z "$(counter)" ] && [ -z "$(overlay)" ] && [ "$(bundles_by_creation | wc -l)" = "$BUNDLES" ] ||
+  fail "Escape on the counter did not cancel the capture"
+echo "PASS (delay): forwarded by a second launch; Escape on the counter cancels"
+
 # A picture with every pixel different, opened in the running app's new editor.
 "$PROBE" gradient "$WORK/picture.png" 300 200
 xdotool mousemove 300 300
