@@ -85,8 +85,9 @@ void PinWindow::zoomSteps(int steps, QPointF anchor) {
     const QSize after = sizeAt(percent);
     // The picture point under the anchor stays under it.
     const QPointF fraction(anchor.x() / before.width(), anchor.y() / before.height());
-    const QPoint shift((fraction.x() * (after.width() - before.width())),
-                       (fraction.y() * (after.height() - before.height())));
+    const QPoint shift = QPointF(fraction.x() * (after.width() - before.width()),
+                                 fraction.y() * (after.height() - before.height()))
+                             .toPoint();
     m_zoomPercent = percent;
     setGeometry(QRect(pos() - shift, after));
     update();

@@ -82,6 +82,24 @@ xprop -id "$PIN" _NET_WM_STATE | grep -q _NET_WM_STATE_ABOVE || fail "the pin is
   fail "the pin does not show the picture's pixels 1:1"
 echo "PASS (pin): 300x200 at ($P_X, $P_Y), kept above, the picture's pixels"
 
+# pin_geometry: "X Y WxH" of the pin now.
+pin_geometry() {
+  eval "$(xdotool getwindowgeometry --shell "$PIN" | sed 's/^/G_/')"
+  echo "$G_X $G_Y ${G_WIDTH}x$G_HEIGHT"
+}
+# The wheel zooms a step at a time around the pointer; a drag moves the pin.
+xdotool mousemove $((P_X + 150)) $((P_Y + 100)) click 4
+sleep 0.3
+[ "$(pin_geometry)" = "$((P_X - 38)) $((P_Y - 25)) 375x250" ] || fail "zoomed in: $(pin_geometry)"
+xdotool click 5
+sleep 0.3
+[ "$(pin_geometry)" = "$P_X $P_Y 300x200" ] || fail "zoomed back: $(pin_geometry)"
+xdotool mousedown 1 mousemove $((P_X + 170)) $((P_Y + 110)) mousemove $((P_X + 190)) $((P_Y + 130)) \
+  mouseup 1
+sleep 0.3
+[ "$(pin_geometry)" = "$((P_X + 40)) $((P_Y + 30)) 300x200" ] || fail "dragged: $(pin_geometry)"
+echo "PASS (pin): the wheel zooms it around the pointer, a drag moves it"
+
 # Closing the editor leaves the pin; Ctrl+C in the pin copies the picture; Escape closes it.
 xdotool windowfocus --sync "$EDITOR" key ctrl+w
 sleep 0.5
