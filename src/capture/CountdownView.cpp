@@ -25,7 +25,6 @@ CountdownView::CountdownView(QWidget* parent) : QWidget(parent) {
     setWindowTitle(tr("Capture countdown"));
     setAccessibleName(tr("Capture countdown"));
     setAccessibleDescription(tr("Escape or a click cancels the capture"));
-    setToolTip(tr("Escape or a click cancels"));
 }
 
 void CountdownView::showCount(int seconds) {

@@ -17,12 +17,9 @@ public:
 
     /// Shows `seconds` (placing and raising the counter when it was hidden).
     void showCount(int seconds);
-    int count() const { return m_seconds; }
 
     /// Escape or a click.
     std::function<void()> onCancel;
-
-    static constexpr int side = 112;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -33,6 +30,7 @@ private:
     void placeOnScreenUnderPointer();
     void cancel();
 
+    static constexpr int side = 112;
     int m_seconds = 0;
 };
 

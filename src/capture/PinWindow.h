@@ -27,14 +27,6 @@ public:
     /// Whether pins work in this session.
     static bool available();
 
-    const QImage& picture() const { return m_picture; }
-    /// The magnification in percent (100: one image pixel per device pixel).
-    int zoomPercent() const { return m_zoomPercent; }
-    /// Zooms by whole steps (positive: in), keeping the picture point under `anchor` (window
-    /// coordinates) in place.
-    void zoomSteps(int steps, QPointF anchor);
-    void copyToClipboard() const;
-
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -44,10 +36,14 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    /// Zooms by whole steps (positive: in), keeping the picture point under `anchor` (window
+    /// coordinates) in place.
+    void zoomSteps(int steps, QPointF anchor);
+    void copyToClipboard() const;
     QSize sizeAt(int percent) const;
 
     QImage m_picture;
-    int m_zoomPercent = 100;
+    int m_zoomPercent = 100;            // 100: one image pixel per device pixel
     std::optional<QPoint> m_dragOffset; // where the window was grabbed, from its top-left
     QTimer m_zoomLabel;                 // the zoom read-out shows while it runs
     int m_wheel = 0;                    // eighths of a degree not yet turned into a step
