@@ -25,7 +25,7 @@ PACKAGES=(
   nlohmann-json3-dev libsimdjson-dev
   # tests, benchmarks and fuzzing
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  xvfb xauth x11-apps xdotool xclip trayer xterm
+  xvfb xauth x11-apps x11-xserver-utils xdotool xclip trayer xterm
   # real desktop parts for the end-to-end tests: a StatusNotifierItem panel, a file manager,
   # the desktop portal with KDE's backend and kglobalaccel (GlobalShortcuts)
   xfce4-panel thunar python3-gi fuse3 xdg-desktop-portal xdg-desktop-portal-kde libkf5globalaccel-bin

@@ -141,7 +141,9 @@ QAction* AppDelegate::addCommand(QMenu* menu, const MenuItem& item, MenuFlavor f
     }
     if (item.command != MenuCommand::none) {
         connect(action, &QAction::triggered, this,
-                [this, command = item.command, path = item.bundlePath] { run(command, path); });
+                [this, command = item.command, path = item.bundlePath, delay = item.delaySeconds] {
+                    run(command, path, delay);
+                });
     }
     return action;
 }

@@ -33,6 +33,8 @@ void say(const char* line) {
 // windows it covered must repaint before the screen is read.
 constexpr int hideBeforeCaptureMs = 300;
 
+const QString trayToolTip = QStringLiteral("Capture screen area");
+
 } // namespace
 
 QIcon applicationIcon() {
@@ -74,7 +76,7 @@ void AppDelegate::installTrayIcon() {
     // the exported menu on a right click) and an XEmbed icon otherwise (the app draws its own).
     const bool desktopDrawsMenu = statusNotifierHostRegistered();
     m_trayIcon = std::make_unique<QSystemTrayIcon>(applicationIcon());
-    m_trayIcon->setToolTip(QStringLiteral("Capture screen area"));
+    m_trayIcon->setToolTip(trayToolTip);
     m_trayIcon->setContextMenu(desktopDrawsMenu ? m_exportedMenu.get() : m_statusMenu.get());
     if (desktopDrawsMenu) {
         // A desktop may read the exported layout before it asks to show the menu.
@@ -102,7 +104,14 @@ void AppDelegate::showCaptureShortcut(std::uint32_t keyCode, std::uint32_t modif
     }
 }
 
-void AppDelegate::run(MenuCommand command, const QString& bundlePath) {
+void AppDelegate::showCountdown(int secondsLeft) {
+    if (m_trayIcon) {
+        m_trayIcon->setToolTip(secondsLeft > 0 ? QStringLiteral("Capture in %1 s").arg(secondsLeft)
+                                               : trayToolTip);
+    }
+}
+
+void AppDelegate::run(MenuCommand command, const QString& bundlePath, int delaySeconds) {
     const auto call = [](const std::function<void()>& handler) {
         if (handler) {
             handler();
@@ -113,6 +122,11 @@ void AppDelegate::run(MenuCommand command, const QString& bundlePath) {
         break;
     case MenuCommand::capture:
         call(onCapture);
+        break;
+    case MenuCommand::delayedCapture:
+        if (onDelayedCapture) {
+            onDelayedCapture(delaySeconds);
+        }
         break;
     case MenuCommand::paste:
         call(onPaste);
@@ -152,6 +166,12 @@ void AppDelegate::showHomeWindow() {
             m_homeHiddenForCapture = true;
             m_homeWindow->hide();
             QTimer::singleShot(hideBeforeCaptureMs, this, [this] { run(MenuCommand::capture); });
+        };
+        // The countdown gives the window time enough to be gone.
+        m_homeWindow->onDelayedCapture = [this](int seconds) {
+            m_homeHiddenForCapture = true;
+            m_homeWindow->hide();
+            run(MenuCommand::delayedCapture, {}, seconds);
         };
     }
     m_homeWindow->setSettingsAvailable(bool(onSettings));

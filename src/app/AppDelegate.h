@@ -50,13 +50,17 @@ public:
     void showCaptureShortcut(std::uint32_t keyCode, std::uint32_t modifierFlags);
 
     std::function<void()> onCapture;
+    /// "Capture in" › "3 s" and the like, from the status menu or the home window.
+    std::function<void(int delaySeconds)> onDelayedCapture;
     std::function<void()> onPaste;
     std::function<void()> onOpen;
     /// None until the settings window exists; the item stays disabled without it.
     std::function<void()> onSettings;
 
     /// Runs what a menu item or a home-window button stands for.
-    void run(MenuCommand command, const QString& bundlePath = {});
+    void run(MenuCommand command, const QString& bundlePath = {}, int delaySeconds = 0);
+    /// The tray icon's tool tip tells the seconds left before a delayed capture (0: none).
+    void showCountdown(int secondsLeft);
 
     /// Fills the History submenu from the store: the newest 10 entries, or "No history yet".
     void rebuildHistoryMenu();

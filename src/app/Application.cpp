@@ -10,13 +10,18 @@
 #include <QApplication>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace vellumix {
 
 LaunchRequest LaunchRequest::fromArguments(const QStringList& arguments) {
     LaunchRequest request;
-    for (const QString& argument : arguments.mid(1)) {
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
         if (argument == QLatin1String("--capture")) {
             request.captureNow = true;
+        } else if (argument == QLatin1String("--delay") && i + 1 < arguments.size()) {
+            request.captureDelay = std::max(arguments[++i].toInt(), 0);
         } else if (!argument.startsWith(QLatin1Char('-'))) {
             request.files << argument;
         }
@@ -82,7 +87,9 @@ void Application::connectCapture() {
     };
     m_capture.onFailed = m_capture.onCancelled;
     m_delegate.onCapture = [this] { m_capture.start(); };
-    m_instance.onCapture = [this] { m_capture.start(); };
+    m_delegate.onDelayedCapture = [this](int seconds) { m_capture.start(seconds); };
+    m_instance.onCapture = [this](int seconds) { m_capture.start(seconds); };
+    m_capture.onCountdown = [this](int secondsLeft) { m_delegate.showCountdown(secondsLeft); };
 }
 
 void Application::connectSettings() {
@@ -118,7 +125,7 @@ void Application::finishLaunching() {
     applyShortcut();
     openAll(m_launch.files);
     if (m_launch.captureNow) {
-        m_capture.start();
+        m_capture.start(m_launch.captureDelay);
     }
     // Start-up's scratch memory goes back to the system: the tray process mostly waits.
     QTimer::singleShot(1000, &IdleMemory::releaseNow);

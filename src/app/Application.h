@@ -19,10 +19,12 @@ namespace vellumix {
 
 class Settings;
 
-/// What a launch asks for: files to open, and whether to capture at once.
+/// What a launch asks for: files to open, and whether to capture at once (or after
+/// `--delay N` seconds).
 struct LaunchRequest {
     QStringList files;
     bool captureNow = false;
+    int captureDelay = 0;
 
     /// Reads the command line (the program name first, as QCoreApplication::arguments gives it).
     static LaunchRequest fromArguments(const QStringList& arguments);

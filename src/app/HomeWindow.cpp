@@ -49,6 +49,11 @@ HomeWindow::HomeWindow(EntrySource entries, QWidget* parent)
     auto* actions = new QHBoxLayout;
     // The status menu's commands, in its order and with its texts.
     for (const MenuItem& item : statusmenu::topLevelItems(MenuFlavor::drawnByDesktop)) {
+        if (item.kind == MenuItem::Kind::submenu && !item.children.empty() &&
+            item.children[0].command == MenuCommand::delayedCapture) {
+            actions->addWidget(m_delayButton = makeDelayButton(item));
+            continue;
+        }
         if (item.kind != MenuItem::Kind::command || item.command == MenuCommand::none) {
             continue;
         }
@@ -140,6 +145,24 @@ void HomeWindow::refresh() {
         m_grid->addWidget(makeTile(entry), index / columns, index % columns);
         ++index;
     }
+}
+
+QPushButton* HomeWindow::makeDelayButton(const MenuItem& submenu) {
+    auto* button = new QPushButton(submenu.text);
+    auto* menu = new QMenu(button);
+    for (const MenuItem& delay : submenu.children) {
+        connect(menu->addAction(delay.text), &QAction::triggered, this,
+                [this, seconds = delay.delaySeconds] {
+                    // After the menu has closed, as for the other commands.
+                    QTimer::singleShot(0, this, [this, seconds] {
+                        if (onDelayedCapture) {
+                            onDelayedCapture(seconds);
+                        }
+                    });
+                });
+    }
+    button->setMenu(menu);
+    return button;
 }
 
 QToolButton* HomeWindow::makeTile(const HistoryStore::Entry& entry) {

@@ -34,6 +34,8 @@ public:
     /// A button or a tile's item was chosen; the window stays as it is (the owner hides it to
     /// capture).
     std::function<void(MenuCommand, const QString& bundlePath)> onCommand;
+    /// A delay was chosen under "Capture in"; the owner hides the window to capture.
+    std::function<void(int delaySeconds)> onDelayedCapture;
 
     /// Reads the history again, then shows the window in front with the focus.
     void present();
@@ -44,12 +46,15 @@ public:
     /// The history tiles in order, for tests and screen readers.
     std::vector<QToolButton*> tiles() const;
     QPushButton* button(MenuCommand command) const;
+    /// "Capture in", whose menu lists the delays.
+    QPushButton* delayedCaptureButton() const { return m_delayButton; }
 
     static constexpr int columns = 4;
     static constexpr QSize thumbnailSize{128, 80};
 
 private:
     QToolButton* makeTile(const HistoryStore::Entry& entry);
+    QPushButton* makeDelayButton(const MenuItem& submenu);
     void command(MenuCommand what, const QString& bundlePath = {});
 
     EntrySource m_entries;
@@ -57,6 +62,7 @@ private:
     QGridLayout* m_grid = nullptr;
     QLabel* m_empty = nullptr;
     std::vector<std::pair<MenuCommand, QPushButton*>> m_buttons;
+    QPushButton* m_delayButton = nullptr;
 };
 
 } // namespace vellumix

@@ -23,7 +23,8 @@ QStringList absolutePaths(const QStringList& files) {
     return paths;
 }
 
-bool SingleInstance::claim(const QStringList& files, bool capture, QDBusConnection bus) {
+bool SingleInstance::claim(const QStringList& files, bool capture, QDBusConnection bus,
+                           int captureDelaySeconds) {
     if (!bus.isConnected()) {
         return true;
     }
@@ -47,7 +48,9 @@ bool SingleInstance::claim(const QStringList& files, bool capture, QDBusConnecti
     if (!files.isEmpty() && !ask(QStringLiteral("Open"), {absolutePaths(files)})) {
         return true;
     }
-    if (capture && !ask(QStringLiteral("Capture"), {})) {
+    if (capture &&
+        !(captureDelaySeconds > 0 ? ask(QStringLiteral("CaptureAfter"), {captureDelaySeconds})
+                                  : ask(QStringLiteral("Capture"), {}))) {
         return true;
     }
     if (files.isEmpty() && !capture && !ask(QStringLiteral("Activate"), {})) {
@@ -67,8 +70,12 @@ void SingleInstance::Open(const QStringList& paths) {
 namespace vellumix {
 
 void SingleInstance::Capture() {
+    CaptureAfter(0);
+}
+
+void SingleInstance::CaptureAfter(int seconds) {
     if (onCapture) {
-        onCapture();
+        onCapture(seconds);
     }
 }
 

@@ -20,8 +20,9 @@ public:
 
     /// Files another launch handed over, as absolute paths, in the order given.
     std::function<void(const QStringList&)> onOpenFiles;
-    /// Another launch asked for an area capture (`vellumix --capture`).
-    std::function<void()> onCapture;
+    /// Another launch asked for an area capture (`vellumix --capture`), after a delay in
+    /// seconds (`--delay N`) or at once (0).
+    std::function<void(int delaySeconds)> onCapture;
     /// Another launch with nothing to open or capture (the app grid, a dock, a launcher).
     std::function<void()> onActivate;
 
@@ -29,7 +30,7 @@ public:
     /// received `files`, the capture, or (with neither) the request to show itself; then this
     /// process should end.
     bool claim(const QStringList& files, bool capture = false,
-               QDBusConnection bus = QDBusConnection::sessionBus());
+               QDBusConnection bus = QDBusConnection::sessionBus(), int captureDelaySeconds = 0);
 
 public Q_SLOTS:
     /// Called by a later launch over D-Bus.
@@ -37,6 +38,8 @@ public Q_SLOTS:
     /// Starts an area capture; called by `vellumix --capture`, also from a desktop's own
     /// keyboard shortcut where applications cannot take global keys.
     Q_SCRIPTABLE void Capture();
+    /// Starts an area capture after `seconds`; called by `vellumix --capture --delay N`.
+    Q_SCRIPTABLE void CaptureAfter(int seconds);
     /// Shows the home window; called by a launch with no arguments.
     Q_SCRIPTABLE void Activate();
 };

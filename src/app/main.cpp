@@ -15,7 +15,8 @@ int main(int argc, char* argv[]) {
     const auto launch = vellumix::LaunchRequest::fromArguments(QApplication::arguments());
     // A second launch hands its files (and --capture) to the running Vellumix and ends.
     vellumix::SingleInstance instance;
-    if (!instance.claim(launch.files, launch.captureNow)) {
+    if (!instance.claim(launch.files, launch.captureNow, QDBusConnection::sessionBus(),
+                        launch.captureDelay)) {
         return 0;
     }
     vellumix::Application application(instance, launch);

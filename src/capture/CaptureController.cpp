@@ -3,7 +3,10 @@
 #include "ai/ConsoleText.h"
 #include "capture/CaptureGeometry.h"
 #include "capture/CaptureView.h"
+#include "capture/Countdown.h"
+#include "capture/CountdownView.h"
 #include "capture/ScrollCapture.h"
+#include "desktop/DisplaySession.h"
 #include "x11/X11Wheel.h"
 #include "x11/X11Windows.h"
 
@@ -19,6 +22,14 @@ CaptureController::CaptureController(std::unique_ptr<ScreenGrabber> grabber)
 CaptureController::~CaptureController() {
     *m_self = nullptr;
     closeOverlay();
+    // The count may be ending in a call from the counter itself: both go once it has returned.
+    if (m_countdown) {
+        QObject::disconnect(m_countdown.get(), nullptr, nullptr, nullptr);
+        m_countdown.release()->deleteLater();
+        m_counter->onCancel = nullptr;
+        m_counter->hide();
+        m_counter.release()->deleteLater();
+    }
     if (m_scroll) {
         // It may be the caller (from its callback): it goes later, its picture unclaimed.
         m_scroll->onFinished = nullptr;
@@ -27,7 +38,7 @@ CaptureController::~CaptureController() {
     }
 }
 
-void CaptureController::start() {
+void CaptureController::grabNow() {
     if (m_running) {
         return;
     }
@@ -66,16 +77,19 @@ void CaptureController::showOverlay(QScreen* screen, ScreenGrab grab) {
         view->setScreen(screen);
         view->setGeometry(grab.geometry);
     }
+    // Under Wayland, XWayland included, the window tree and synthetic input reach at most the
+    // X clients: window clicks and scrolling capture are offered on an X11 session only.
+    const bool x11Session = detectDisplaySession().kind == DisplaySession::Kind::x11;
     // Taken before the overlay is shown, so it is not among them.
     std::vector<QRectF> frames;
-    for (const QRect& frame : x11TopLevelFrames()) {
+    for (const QRect& frame : x11Session ? x11TopLevelFrames() : std::vector<QRect>{}) {
         const double ratio = grab.devicePixelRatio;
         frames.emplace_back(frame.x() / ratio, frame.y() / ratio, frame.width() / ratio,
                             frame.height() / ratio);
     }
     view->setWindowFrames(std::move(frames));
     // Scrolling needs synthetic wheel input, which only the X server offers.
-    if (x11WheelAvailable()) {
+    if (x11Session && x11WheelAvailable()) {
         view->onScroll = [this, screen = QPointer<QScreen>(screen), grab](QRectF selection) {
             startScrolling(screen, grab, selection);
         };

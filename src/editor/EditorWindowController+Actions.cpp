@@ -90,6 +90,11 @@ void EditorWindowController::connectFooter() {
             [this] { selectTool(Tool::editImage); });
     connect(m_discardButton, &QToolButton::clicked, this, &EditorWindowController::discardAndClose);
     connect(m_copyButton, &QToolButton::clicked, this, &EditorWindowController::copyImage);
+    if (m_pinButton != nullptr) {
+        connect(m_pinButton, &QToolButton::clicked, this, &EditorWindowController::pinPicture);
+        auto* pinKey = new QShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+P")), this);
+        connect(pinKey, &QShortcut::activated, this, &EditorWindowController::pinPicture);
+    }
     m_saveButton->onMainClick = [this] { performSelectedSave(); };
     m_saveButton->onChevronClick = [this] { showSaveModeMenu(); };
 

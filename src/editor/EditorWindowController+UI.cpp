@@ -10,6 +10,7 @@
 #include "ai/Routing.h"
 #include "canvas/AnnotationCanvasView.h"
 #include "canvas/AnnotationRenderer.h"
+#include "capture/PinWindow.h"
 #include "library/Settings.h"
 
 #include <QButtonGroup>
@@ -394,6 +395,12 @@ QWidget* EditorWindowController::buildFooter() {
     m_saveButton->setTitle(saveModeTitle(m_services.settings.saveMode()));
     normal->addWidget(m_discardButton);
     normal->addWidget(m_copyButton);
+    if (PinWindow::available()) {
+        m_pinButton = textButton(QStringLiteral("pin"), QStringLiteral("Pin"), bar);
+        m_pinButton->setToolTip(
+            QStringLiteral("Pin the picture above other windows (Ctrl+Shift+P)"));
+        normal->addWidget(m_pinButton);
+    }
     normal->addWidget(m_saveButton);
     row->addWidget(m_normalGroup);
 

@@ -136,6 +136,8 @@ public:
     void exportAs();
     void saveProject();
     void copyImage();
+    /// Opens the flattened picture in a pin near where the canvas shows it (X11 only).
+    void pinPicture();
     /// Writes the flattened picture; false (with a "Save failed: " line) when it could not.
     bool exportPicture(ExportFormat format, const QString& path);
     /// Writes a project bundle at `path`, replacing what is there only once it is complete.
@@ -289,6 +291,7 @@ private:
     QWidget* m_assistantGroup = nullptr;
     QToolButton* m_discardButton = nullptr;
     QToolButton* m_copyButton = nullptr;
+    QToolButton* m_pinButton = nullptr; // none where pins cannot stay on top
     SaveSplitButton* m_saveButton = nullptr;
     QToolButton* m_visibilityToggle = nullptr;
     QToolButton* m_cancelEditButton = nullptr;

@@ -65,6 +65,15 @@ std::vector<MenuItem> topLevelItems(MenuFlavor flavor) {
     }
     items.push_back(separator());
     items.push_back(command(QStringLiteral("Capture"), "camera-photo", MenuCommand::capture));
+    // For menus and tooltips that close when the focus moves: open them while it counts.
+    std::vector<MenuItem> delays;
+    for (const int seconds : captureDelays) {
+        MenuItem delayed =
+            command(QStringLiteral("%1 s").arg(seconds), "", MenuCommand::delayedCapture);
+        delayed.delaySeconds = seconds;
+        delays.push_back(delayed);
+    }
+    items.push_back(submenu(delayedCaptureText, "chronometer", std::move(delays)));
     items.push_back(command(QStringLiteral("Paste"), "edit-paste", MenuCommand::paste));
     items.push_back(command(QStringLiteral("Open…"), "document-open", MenuCommand::open));
     MenuItem history = submenu(QStringLiteral("History"), "document-open-recent", {});

@@ -13,6 +13,7 @@ namespace vellumix {
 enum class MenuCommand {
     none,
     capture,
+    delayedCapture, ///< a capture after MenuItem::delaySeconds
     paste,
     open,
     settings,
@@ -43,6 +44,8 @@ struct MenuItem {
     /// A freedesktop theme icon name, or empty.
     QString iconName;
     MenuCommand command = MenuCommand::none;
+    /// The countdown of a delayed capture, in seconds.
+    int delaySeconds = 0;
     bool enabled = true;
     /// The History submenu, filled from the store each time the menu opens.
     bool isHistory = false;
@@ -64,6 +67,9 @@ inline const QString revealText = QStringLiteral("Show in Folder");
 inline const QString deleteText = QStringLiteral("Delete");
 /// The History submenu lists at most this many entries.
 constexpr int historyLimit = 10;
+/// The "Capture in" submenu: a capture after this many seconds.
+constexpr int captureDelays[] = {3, 5, 10};
+inline const QString delayedCaptureText = QStringLiteral("Capture in");
 
 /// The status menu's items in order, the History submenu left empty (see historyItems).
 std::vector<MenuItem> topLevelItems(MenuFlavor flavor);

@@ -16,11 +16,15 @@ template <typename Reply> ReplyPtr<Reply> owned(Reply* reply) {
     return ReplyPtr<Reply>(reply, &std::free);
 }
 
+xcb_connection_t* connection() {
+    auto* x11 = qApp ? qApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
+}
+
 } // namespace
 
 std::vector<QRect> x11TopLevelFrames() {
-    auto* x11 = qApp ? qApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    xcb_connection_t* c = x11 ? x11->connection() : nullptr;
+    xcb_connection_t* c = connection();
     if (c == nullptr) {
         return {};
     }
@@ -52,6 +56,13 @@ std::vector<QRect> x11TopLevelFrames() {
                             geometry->height + 2 * border);
     }
     return frames;
+}
+
+void x11Sync() {
+    if (xcb_connection_t* c = connection()) {
+        // A reply comes only after the server has handled every earlier request.
+        owned(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    }
 }
 
 } // namespace vellumix

@@ -11,4 +11,8 @@ namespace vellumix {
 /// and all. Empty off X11.
 std::vector<QRect> x11TopLevelFrames();
 
+/// Waits until the X server has carried out every request sent so far (a window's unmap, for
+/// one). Does nothing off X11.
+void x11Sync();
+
 } // namespace vellumix

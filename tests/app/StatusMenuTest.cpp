@@ -81,20 +81,27 @@ protected:
 
 TEST_F(StatusMenuTest, ItemsInTheirOrder) {
     QMenu* menu = delegate->statusMenu();
-    ASSERT_EQ(menu->actions().size(), 9);
+    ASSERT_EQ(menu->actions().size(), 10);
     EXPECT_FALSE(menu->actions()[0]->isEnabled()); // the "Vellumix" header
-    EXPECT_EQ(titles(menu).mid(1),
-              (QStringList{"-", "Capture", "Paste", "Open…", "History", "-", "Settings…", "Quit"}));
+    EXPECT_EQ(titles(menu).mid(1), (QStringList{"-", "Capture", "Capture in", "Paste", "Open…",
+                                                "History", "-", "Settings…", "Quit"}));
     EXPECT_EQ(delegate->captureMenuItem()->text(), QStringLiteral("Capture"));
     emit menu->aboutToShow();
-    EXPECT_FALSE(menu->actions()[7]->isEnabled()); // no settings window yet
+    EXPECT_FALSE(menu->actions()[8]->isEnabled()); // no settings window yet
     delegate->onSettings = [] {};
     emit menu->aboutToShow();
-    EXPECT_TRUE(menu->actions()[7]->isEnabled());
+    EXPECT_TRUE(menu->actions()[8]->isEnabled());
     int pasted = 0;
     delegate->onPaste = [&] { ++pasted; };
-    menu->actions()[3]->trigger();
+    menu->actions()[4]->trigger();
     EXPECT_EQ(pasted, 1);
+    QMenu* delays = menu->actions()[3]->menu();
+    ASSERT_NE(delays, nullptr);
+    EXPECT_EQ(titles(delays), (QStringList{"3 s", "5 s", "10 s"}));
+    int delay = 0;
+    delegate->onDelayedCapture = [&](int seconds) { delay = seconds; };
+    delays->actions()[2]->trigger();
+    EXPECT_EQ(delay, 10);
 }
 
 TEST_F(StatusMenuTest, HistoryRowsOpenRevealAndDelete) {
@@ -210,7 +217,8 @@ TEST_F(StatusMenuTest, HomeWindowOffersTheMenusCommandsAndTheHistory) {
     for (QPushButton* button : home->findChildren<QPushButton*>()) {
         buttons << button->text();
     }
-    EXPECT_EQ(buttons, (QStringList{"Capture", "Paste", "Open…", "Settings…", "Quit"}));
+    EXPECT_EQ(buttons,
+              (QStringList{"Capture", "Capture in", "Paste", "Open…", "Settings…", "Quit"}));
     EXPECT_TRUE(home->tiles().empty());
     const auto texts = [home] {
         QStringList shown;
@@ -262,6 +270,12 @@ TEST_F(StatusMenuTest, HomeWindowOffersTheMenusCommandsAndTheHistory) {
     EXPECT_FALSE(home->isVisible());
     delegate->captureEndedWithoutPicture();
     EXPECT_TRUE(home->isVisible());
+    // So does a delayed one, at once: the countdown leaves it time to go.
+    int delay = 0;
+    delegate->onDelayedCapture = [&](int seconds) { delay = seconds; };
+    home->delayedCaptureButton()->menu()->actions()[0]->trigger();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return delay == 3; }, 2000));
+    EXPECT_FALSE(home->isVisible());
 }
 
 TEST(SingleInstance, ALaterLaunchHandsItsFilesToTheFirst) {
@@ -277,10 +291,19 @@ TEST(SingleInstance, ALaterLaunchHandsItsFilesToTheFirst) {
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("second-launch"));
     SingleInstance second;
     int captures = 0;
-    first.onCapture = [&] { ++captures; };
+    int delay = -1;
+    first.onCapture = [&](int seconds) {
+        ++captures;
+        delay = seconds;
+    };
     EXPECT_FALSE(
         second.claim({QStringLiteral("shot.png"), QStringLiteral("/tmp/a.pdf")}, true, other));
     EXPECT_EQ(captures, 1);
+    EXPECT_EQ(delay, 0);
+    // --capture --delay 5
+    EXPECT_FALSE(second.claim({}, true, other, 5));
+    EXPECT_EQ(delay, 5);
+    captures = 1;
     EXPECT_EQ(received, (QStringList{QDir::current().absoluteFilePath("shot.png"),
                                      QStringLiteral("/tmp/a.pdf")}));
     // A launch with nothing to open asks the running one to show itself.

@@ -41,9 +41,9 @@ cancel_overlay
 xdotool key Print
 expect_no_overlay "Print without override"
 
-# The settings window, from the tray icon's status menu ("Settings…" is the fifth item).
+# The settings window, from the tray icon's status menu ("Settings…" is the sixth item).
 open_status_menu
-xdotool key Down Down Down Down Down Return
+xdotool key Down Down Down Down Down Down Return
 SETTINGS=""
 for _ in $(seq 1 100); do
   # The window of that title that is window-sized (not the docked icon).

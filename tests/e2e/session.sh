@@ -39,17 +39,17 @@ export XDG_RUNTIME_DIR=$WORK/run QT_QPA_PLATFORM=xcb OMP_THREAD_LIMIT=1
 unset WAYLAND_DISPLAY
 mkdir -p -m 700 "$XDG_RUNTIME_DIR"
 
-# start_xvfb WIDTHxHEIGHT: an X server on a display number nobody uses.
+# start_xvfb WIDTHxHEIGHT: an X server on a display number nobody uses. Xvfb picks the number
+# itself, taking its lock (tests running side by side cannot pick the same one), and writes it
+# once it accepts clients, which on a loaded machine can take seconds.
 start_xvfb() {
-  local n
-  for n in $(seq 91 190); do
-    if [ ! -e "/tmp/.X11-unix/X$n" ] && [ ! -e "/tmp/.X$n-lock" ]; then DISPLAY_NUMBER=$n; break; fi
-  done
   SCREEN_WIDTH=${1%x*} SCREEN_HEIGHT=${1#*x}
-  Xvfb ":$DISPLAY_NUMBER" -screen 0 "${1}x24" -nolisten tcp >/dev/null 2>&1 &
+  Xvfb -displayfd 3 -screen 0 "${1}x24" -nolisten tcp 3>"$WORK/display" >/dev/null 2>&1 &
   XVFB_PID=$!
+  for _ in $(seq 1 400); do [ -s "$WORK/display" ] && break; sleep 0.05; done
+  DISPLAY_NUMBER=$(head -1 "$WORK/display")
+  [ -n "$DISPLAY_NUMBER" ] || fail "Xvfb did not start"
   export DISPLAY=":$DISPLAY_NUMBER"
-  for _ in $(seq 1 100); do xdotool getmouselocation >/dev/null 2>&1 && break; sleep 0.05; done
 }
 
 # An XEmbed tray (trayer) in the top right corner, standing in for the desktop's panel.

@@ -51,6 +51,10 @@ OUTLINE=$("${MENU[@]}" outline)
 EXPECTED='Vellumix (disabled)
 -
 Capture
+Capture in
+  3 s
+  5 s
+  10 s
 Paste
 Open…
 History
@@ -118,10 +122,10 @@ for _ in $(seq 1 30); do [ -d "$STORE/2025-03-07-142500.vellumix" ] || break; sl
 echo "PASS (Delete): the bundle and its items are gone"
 
 # As a person: a right click on the icon in the panel (its left end), which draws the menu;
-# the pointer rests on History (the sixth row, 147 down) and clicks the first entry beside it.
+# the pointer rests on History (the seventh row, 172 down) and clicks the first entry beside it.
 xdotool mousemove 12 14 click 3
 sleep 1
-xdotool mousemove 53 147
+xdotool mousemove 53 172
 sleep 1
-xdotool mousemove 290 147 sleep 0.3 mousemove 300 148 sleep 0.3 click 1
+xdotool mousemove 290 172 sleep 0.3 mousemove 300 173 sleep 0.3 click 1
 expect_editor_showing '#0000ffff' "opened from the panel's own menu"

@@ -53,14 +53,19 @@ const std::vector<HistoryStore::Entry> twoEntries{
 TEST(StatusMenuModel, BothMenusHoldTheSameCommandsInOrder) {
     const QStringList app = outline(statusmenu::topLevelItems(MenuFlavor::drawnByApp));
     const QStringList desktop = outline(statusmenu::topLevelItems(MenuFlavor::drawnByDesktop));
-    const QStringList rest{"-", "Capture", "Paste", "Open…", "History", "-", "Settings…", "Quit"};
+    const QStringList rest{"-",     "Capture", "Capture in", "  3 s", "  5 s",     "  10 s",
+                           "Paste", "Open…",   "History",    "-",     "Settings…", "Quit"};
     EXPECT_EQ(app, QStringList{"[header] Vellumix (disabled)"} + rest);
     // A desktop draws a custom view as an empty row: the name is plain disabled text there.
     EXPECT_EQ(desktop, QStringList{"Vellumix (disabled)"} + rest);
     const auto items = statusmenu::topLevelItems(MenuFlavor::drawnByDesktop);
-    EXPECT_TRUE(items[5].isHistory);
+    EXPECT_TRUE(items[6].isHistory);
     EXPECT_EQ(items[2].command, MenuCommand::capture);
-    EXPECT_EQ(items[8].command, MenuCommand::quit);
+    EXPECT_EQ(items[9].command, MenuCommand::quit);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(items[3].children[i].command, MenuCommand::delayedCapture);
+        EXPECT_EQ(items[3].children[i].delaySeconds, statusmenu::captureDelays[i]);
+    }
 }
 
 TEST(StatusMenuModel, HistoryForEachKindOfMenu) {
