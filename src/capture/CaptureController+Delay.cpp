@@ -1,7 +1,7 @@
 #include "capture/CaptureController.h"
 #include "capture/Countdown.h"
 #include "capture/CountdownView.h"
-#include "platform/X11Windows.h"
+#include "x11/X11Windows.h"
 
 namespace vellumix {
 

@@ -1,6 +1,6 @@
 #include "capture/PinWindow.h"
 
-#include "platform/DisplaySession.h"
+#include "desktop/DisplaySession.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
