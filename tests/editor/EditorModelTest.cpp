@@ -66,9 +66,7 @@ protected:
 
 TEST_F(EditorModelTest, LargeImageOpensAtTheFitScaleInTheRectTool) {
     open(QSize(4000, 3000));
-    EXPECT_NEAR(model->magnification(), 0.196333, 1e-6);
-    EXPECT_NEAR(model->openingGeometry().contentSize.width(), 825.333, 1e-3);
-    EXPECT_NEAR(model->openingGeometry().contentSize.height(), 765, 1e-9);
+    EXPECT_NEAR(model->magnification(), 0.196333, 1e-6); // the layout's fit (EditorLayout)
     EXPECT_EQ(model->activeTool(), Tool::rect);
     EXPECT_EQ(doc.activeTool(), Tool::rect);
     EXPECT_EQ(doc.image().size(), QSize(4000, 3000));
@@ -76,14 +74,9 @@ TEST_F(EditorModelTest, LargeImageOpensAtTheFitScaleInTheRectTool) {
     const EditorControls c = controls();
     EXPECT_EQ(c.zoomText, QStringLiteral("20%"));
     EXPECT_EQ(c.imageSizeText, QString::fromUtf8("4000 \u00D7 3000 px"));
-    EXPECT_FALSE(c.zoomOutEnabled); // already at the lowered minimum
-    EXPECT_EQ(c.opacityIndex, 3);   // the default style: 100%, S, Solid, no radius
-    EXPECT_EQ(c.lineWidthIndex, 0);
-    EXPECT_EQ(c.linePatternIndex, 0);
-    EXPECT_EQ(c.cornerRadiusIndex, 0);
-    EXPECT_EQ(c.fontFamilyIndex, 0);
-    EXPECT_EQ(c.fontSizeIndex, 2); // 16
-    EXPECT_EQ(c.textPaddingIndex, 1);
+    EXPECT_FALSE(c.zoomOutEnabled);           // already at the lowered minimum
+    EXPECT_EQ(c.opacityIndex, 3);             // the default style's 100%
+    EXPECT_EQ(c.fontSizeIndex, 2);            // 16
     EXPECT_FALSE(c.visibilityToggle.enabled); // no annotations yet
     EXPECT_EQ(c.visibilityToggleTint, ToggleTint::quaternaryLabel);
     EXPECT_FALSE(c.selectionGroupVisible);
@@ -93,7 +86,6 @@ TEST_F(EditorModelTest, LargeImageOpensAtTheFitScaleInTheRectTool) {
 TEST_F(EditorModelTest, SmallImageOpensAtFullSize) {
     open(QSize(100, 50));
     EXPECT_EQ(model->magnification(), 1);
-    EXPECT_EQ(model->openingGeometry().contentSize, QSizeF(800, 536));
     EXPECT_EQ(controls().zoomText, QStringLiteral("100%"));
     EXPECT_EQ(controls().imageSizeText, QString::fromUtf8("100 \u00D7 50 px"));
 }
@@ -136,12 +128,6 @@ TEST_F(EditorModelTest, LoadingAStyleSelectsTheNearestEntries) {
     EXPECT_EQ(doc.style().lineWidth, 5);
     EXPECT_EQ(doc.style().fontStyle, QStringLiteral("Bold Italic"));
 
-    s.opacity = 0.625;
-    model->loadStyle(s);
-    EXPECT_EQ(controls().opacityIndex, 1); // a tie goes to "50%"
-    s.opacity = 0.9;
-    model->loadStyle(s);
-    EXPECT_EQ(controls().opacityIndex, 3);
     s.fontFamily = QStringLiteral("DejaVu Sans");
     s.fontStyle = QStringLiteral("Italic");
     model->loadStyle(s);
@@ -535,13 +521,11 @@ TEST_F(EditorModelTest, LosingTheLastAnnotationWhileHiddenShowsThemAgain) {
 
 TEST_F(EditorModelTest, ZoomStepsAndClamps) {
     open(QSize(100, 50));
+    // The steps are EditorZoom's; the model reports them and clamps them.
     EXPECT_DOUBLE_EQ(model->zoomIn(), 1.25);
     EXPECT_EQ(reports.back().zoomText, QStringLiteral("125%"));
     model->magnificationDidEnd(1.1);
     EXPECT_EQ(controls().zoomText, QStringLiteral("110%"));
-    EXPECT_DOUBLE_EQ(model->zoomIn(), 1.25);
-    model->magnificationDidEnd(1);
-    EXPECT_DOUBLE_EQ(model->zoomOut(), 0.8);
 
     // 1.25^6 = 3.8147, the next step would be 4.768: clamped to 4.
     for (int i = 0; i < 10; ++i) {

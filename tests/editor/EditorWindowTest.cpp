@@ -176,16 +176,6 @@ TEST_F(EditorWindowTest, RetainedStylesCarryAcrossWindows) {
     EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("L")); // rect, remembered
     dragOnCanvas({60, 60}, {160, 140});
     EXPECT_EQ(std::get<ShapeAnnotation>(doc().annotations()[0]).lineWidth, 8);
-
-    // With the setting off, the style carries from tool to tool instead.
-    window->close();
-    settings.setRetainLastStylePerType(false);
-    openImage();
-    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("S"));
-    lineWidthPopUp()->setFocus();
-    QTest::keyClick(lineWidthPopUp(), Qt::Key_Down);
-    QTest::mouseClick(tool(Tool::arrow), Qt::LeftButton);
-    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("M"));
 }
 
 TEST_F(EditorWindowTest, AModeChosenInOneWindowRetitlesEveryWindow) {
@@ -245,56 +235,4 @@ TEST_F(EditorWindowTest, ThePanelColoursTheTextBeingEdited) {
     EXPECT_EQ(text.text, QStringLiteral("Blue"));
     EXPECT_EQ(text.color.toQColor().rgb(), QColor(0, 0, 255).rgb());
     EXPECT_NE(text.strokeColor.toQColor().rgb(), QColor(0, 0, 255).rgb()); // not the border
-}
-
-TEST(DocumentOpener, BadFilesOpenNothing) {
-    QTemporaryDir dir;
-    qputenv("XDG_DATA_HOME", dir.filePath("data").toUtf8());
-    Settings settings{DefaultsStore(dir.filePath("defaults.json"))};
-    DocumentOpener opener(settings);
-
-    QFile truncated(dir.filePath("cut.png"));
-    ASSERT_TRUE(truncated.open(QIODevice::WriteOnly));
-    QByteArray png;
-    {
-        QBuffer buffer(&png);
-        buffer.open(QIODevice::WriteOnly);
-        whiteImage(300, 200).save(&buffer, "PNG");
-    }
-    truncated.write(png.left(png.size() / 3));
-    truncated.close();
-    QFile text(dir.filePath("notes.png"));
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.write("not an image at all");
-    text.close();
-
-    EXPECT_FALSE(opener.openPath(dir.filePath("missing.png")));
-    EXPECT_FALSE(opener.openPath(dir.filePath("notes.png")));
-    EXPECT_FALSE(opener.openPath(dir.path())); // a folder that is no bundle
-    EXPECT_TRUE(opener.editors().empty());
-    // A truncated PNG is either refused or opened with what could be read; never a crash.
-    opener.openPath(dir.filePath("cut.png"));
-
-    // A good image gets its own editor and a history bundle holding it.
-    ASSERT_TRUE(whiteImage(320, 240).save(dir.filePath("good.png")));
-    const size_t before = opener.editors().size();
-    ASSERT_TRUE(opener.openPath(dir.filePath("good.png")));
-    ASSERT_EQ(opener.editors().size(), before + 1);
-    EditorWindowController* editor = opener.editors().back();
-    ASSERT_TRUE(editor->bundlePath());
-    // Written on the window's worker while it opens.
-    EXPECT_TRUE(test::eventually(
-        [&] { return bundle::readImage(*editor->bundlePath()).size() == QSize(320, 240); }));
-    const QString bundlePath = *editor->bundlePath();
-    editor->canvasView()->document().setAnnotationsWithoutUndo({rectAt({60, 60, 50, 40})});
-    editor->close();
-    EXPECT_EQ(opener.editors().size(), before);
-
-    // The bundle opens again with its annotations.
-    ASSERT_TRUE(opener.openPath(bundlePath));
-    EditorWindowController* reopened = opener.editors().back();
-    EXPECT_EQ(reopened->bundlePath(), bundlePath);
-    ASSERT_EQ(reopened->canvasView()->document().annotations().size(), 1u);
-    EXPECT_EQ(reopened->model().image().size(), QSize(320, 240));
-    reopened->close();
 }
