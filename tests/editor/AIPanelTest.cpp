@@ -302,7 +302,7 @@ TEST_F(AIPanelTest, AnswerLinksOpenOnlyAsWebPagesAndNamedPicturesAreNotLoaded) {
     }
 }
 
-TEST_F(AIPanelTest, EveryKindOfFailureShowsInThePanel) {
+TEST_F(AIPanelTest, EitherProvidersFailureShowsInThePanel) {
     openWindow(AIProvider::localModel);
     serveLocal("question", Response::json(500, R"({"error":{"message":"out of memory",)"
                                                R"("type":"server_error"}})"));
@@ -313,28 +313,15 @@ TEST_F(AIPanelTest, EveryKindOfFailureShowsInThePanel) {
     EXPECT_TRUE(field()->isEnabled());
     shoot(QStringLiteral("ai-panel-error"));
 
+    // The failure texts are the clients' (GeminiServiceTest, AIRequestFlowTest); one reaches it.
     settings.setAIProvider(AIProvider::googleGeminiFlash);
-    serveCloud("question", Response::json(503, "busy"));
-    ask(QStringLiteral("what is this?"));
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return panel()->shownText() == "Gemini API error 503: busy"; }, 5000));
-    EXPECT_EQ(panel()->statusText(), "Error");
-
     apiKey.reset();
     ask(QStringLiteral("what is this?"));
     ASSERT_TRUE(QTest::qWaitFor(
         [&] { return panel()->shownText() == "Gemini API key missing. Add one in Settings."; },
         5000));
 
-    Response cut = Response::json(200, geminiText("A long answer that never ends"));
-    cut.closeAfterBodyBytes = 20;
-    serveCloud("question", cut);
-    apiKey = QStringLiteral("k-123");
-    ask(QStringLiteral("what is this?"));
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return panel()->statusText() == "Error" && field()->isEnabled(); }, 5000));
-    EXPECT_FALSE(panel()->shownText().isEmpty());
-    EXPECT_NE(panel()->shownText(), "Gemini API key missing. Add one in Settings.");
+    EXPECT_EQ(panel()->statusText(), "Error");
 }
 
 TEST_F(AIPanelTest, ClosingTheWindowMidRequestChangesNothing) {
