@@ -175,11 +175,7 @@ TEST_F(SettingsWindowTest, CheckboxesAndTheColourWriteAtOnce) {
     SharedColorPanel& panel = SharedColorPanel::instance();
     ASSERT_TRUE(panel.isVisible());
     panel.dialog()->setCurrentColor(QColor(255, 51, 0));
-    const Color stored = settings.blankCanvasColor();
-    EXPECT_NEAR(stored.red, 1.0, 1e-6);
-    EXPECT_NEAR(stored.green, 0.2, 1e-6); // 51 / 255
-    EXPECT_NEAR(stored.blue, 0.0, 1e-6);
-    EXPECT_DOUBLE_EQ(stored.alpha, 1.0);
+    EXPECT_EQ(settings.blankCanvasColor().toQColor().rgba(), qRgba(255, 51, 0, 255));
     panel.close();
     EXPECT_EQ(shortcutChanges, 0);
     EXPECT_EQ(apiKeyChanges, 0);

@@ -69,6 +69,14 @@ protected:
         }
         return found;
     }
+    // A captured history entry (320 × 200) and an external project, "Project one".
+    std::pair<QString, QString> twoEntries() {
+        const auto captured = opener->history().createBundle(picture(320, 200), {});
+        const QString external = dir.filePath("Project one.vellumix");
+        EXPECT_TRUE(captured && bundle::write(picture(200, 200), {}, external, BundleServices{}));
+        opener->history().recordExternal(external);
+        return {captured ? *captured : QString(), external};
+    }
     // Clicks a row where a person would: on its title, or on its trash zone.
     void click(HistoryMenuItemView* row, bool trash, Qt::KeyboardModifiers m = {}) {
         const QPoint at = trash ? QPoint(row->width() - 17, 18) : QPoint(100, 18);
@@ -109,12 +117,8 @@ TEST_F(StatusMenuTest, HistoryRowsOpenRevealAndDelete) {
     ASSERT_EQ(titles(delegate->historyMenu()), QStringList{"No history yet"});
     EXPECT_FALSE(delegate->historyMenu()->actions()[0]->isEnabled());
 
-    HistoryStore& history = opener->history();
-    const auto captured = history.createBundle(picture(320, 200), {});
-    ASSERT_TRUE(captured);
-    const QString external = dir.filePath("Project one.vellumix");
-    ASSERT_TRUE(bundle::write(picture(200, 200), {}, external, BundleServices{}));
-    history.recordExternal(external);
+    const auto entries = twoEntries();
+    const QString &captured = entries.first, &external = entries.second;
     emit delegate->statusMenu()->aboutToShow();
     const auto shown = rows();
     ASSERT_EQ(shown.size(), 2u);
@@ -127,7 +131,7 @@ TEST_F(StatusMenuTest, HistoryRowsOpenRevealAndDelete) {
     // A click opens the entry; a second click brings the same window forward.
     click(capturedRow, false);
     ASSERT_EQ(opener->editors().size(), 1u);
-    EXPECT_EQ(opener->editors()[0]->bundlePath(), *captured);
+    EXPECT_EQ(opener->editors()[0]->bundlePath(), captured);
     EXPECT_EQ(opener->editors()[0]->model().image().size(), QSize(320, 200));
     click(capturedRow, false);
     EXPECT_EQ(opener->editors().size(), 1u);
@@ -146,7 +150,7 @@ TEST_F(StatusMenuTest, HistoryRowsOpenRevealAndDelete) {
             click(row, true);
         }
     }
-    EXPECT_FALSE(QDir(*captured).exists());
+    EXPECT_FALSE(QDir(captured).exists());
     EXPECT_EQ(rows().size(), 1u);
     EXPECT_TRUE(QDir(external).exists());
 }
@@ -231,11 +235,7 @@ TEST_F(StatusMenuTest, HomeWindowOffersTheMenusCommandsAndTheHistory) {
     };
     EXPECT_TRUE(texts().contains(QStringLiteral("No history yet")));
 
-    HistoryStore& history = opener->history();
-    const auto captured = history.createBundle(picture(320, 200), {});
-    const QString external = dir.filePath("Project one.vellumix");
-    ASSERT_TRUE(captured && bundle::write(picture(200, 200), {}, external, BundleServices{}));
-    history.recordExternal(external);
+    const QString captured = twoEntries().first;
     delegate->showHomeWindow();
     const auto tiles = home->tiles();
     ASSERT_EQ(tiles.size(), 2u);
@@ -255,10 +255,10 @@ TEST_F(StatusMenuTest, HomeWindowOffersTheMenusCommandsAndTheHistory) {
     // A click opens the entry; Delete in a tile's menu removes the bundle and the tile.
     QTest::mouseClick(capturedTile, Qt::LeftButton, {}, QPoint(40, 40));
     ASSERT_TRUE(QTest::qWaitFor([&] { return opener->editors().size() == 1; }, 2000));
-    EXPECT_EQ(opener->editors()[0]->bundlePath(), *captured);
+    EXPECT_EQ(opener->editors()[0]->bundlePath(), captured);
     capturedTile->menu()->actions()[1]->trigger();
     ASSERT_TRUE(QTest::qWaitFor([&] { return home->tiles().size() == 1; }, 2000));
-    EXPECT_FALSE(QDir(*captured).exists());
+    EXPECT_FALSE(QDir(captured).exists());
     EXPECT_TRUE(opener->editors().empty());
 
     // Capture hides the window first, so it is not in the picture; a cancelled capture

@@ -380,13 +380,6 @@ TEST_F(EditorModelTest, NothingIsRememberedOnCloseWithTheSettingOff) {
     EXPECT_TRUE(library.loadStyles().empty());
 }
 
-TEST_F(EditorModelTest, ToolKeysOnTheCanvasSwitchTools) {
-    doc.keyPress(Qt::Key_O, none, QStringLiteral("o"));
-    EXPECT_EQ(model->activeTool(), Tool::oval);
-    EXPECT_EQ(controls().activeTool, Tool::oval);
-    EXPECT_EQ(reports.back().activeTool, Tool::oval);
-}
-
 TEST_F(EditorModelTest, ImageEditSessionSwapsTheFooterAndKeepsASnapshot) {
     model->selectTool(Tool::editImage);
     ASSERT_TRUE(model->editImageEntrySnapshot());

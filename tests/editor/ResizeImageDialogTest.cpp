@@ -90,19 +90,14 @@ TEST(ResizeImageDialog, TheLockLinksTheSidesAsTheyAreTyped) {
 }
 
 TEST(ResizeImageDialog, EscapeOrCancelClosesWithoutApplying) {
-    OpenDialog escaped(QSize(300, 200));
-    type(&escaped.dialog, "600");
-    press(Qt::Key_Escape);
-    EXPECT_FALSE(escaped.dialog.isVisible());
-    EXPECT_TRUE(escaped.applied.empty());
-    EXPECT_EQ(escaped.closes, 1);
-
-    OpenDialog cancelled(QSize(300, 200));
-    type(&cancelled.dialog, "600");
-    QTest::mouseClick(cancelled.dialog.cancelButton(), Qt::LeftButton);
-    EXPECT_FALSE(cancelled.dialog.isVisible());
-    EXPECT_TRUE(cancelled.applied.empty());
-    EXPECT_EQ(cancelled.closes, 1);
+    for (const bool escape : {true, false}) {
+        OpenDialog d(QSize(300, 200));
+        type(&d.dialog, "600");
+        escape ? press(Qt::Key_Escape) : QTest::mouseClick(d.dialog.cancelButton(), Qt::LeftButton);
+        EXPECT_FALSE(d.dialog.isVisible()) << escape;
+        EXPECT_TRUE(d.applied.empty()) << escape;
+        EXPECT_EQ(d.closes, 1) << escape;
+    }
 }
 
 TEST(ResizeImageDialog, ReturnAppliesTheTypedSizeAndCloses) {
