@@ -64,7 +64,7 @@ protected:
 
 // --- Opening -------------------------------------------------------------------------------------
 
-TEST_F(EditorModelTest, LargeImageOpensAtTheFitScaleInTheRectTool) {
+TEST_F(EditorModelTest, ImagesOpenAtTheFitScaleInTheRectTool) {
     open(QSize(4000, 3000));
     EXPECT_NEAR(model->magnification(), 0.196333, 1e-6); // the layout's fit (EditorLayout)
     EXPECT_EQ(model->activeTool(), Tool::rect);
@@ -81,10 +81,8 @@ TEST_F(EditorModelTest, LargeImageOpensAtTheFitScaleInTheRectTool) {
     EXPECT_EQ(c.visibilityToggleTint, ToggleTint::quaternaryLabel);
     EXPECT_FALSE(c.selectionGroupVisible);
     EXPECT_EQ(doc.style(), AnnotationStyle::defaultStyle());
-}
 
-TEST_F(EditorModelTest, SmallImageOpensAtFullSize) {
-    open(QSize(100, 50));
+    open(QSize(100, 50)); // a small image opens at full size
     EXPECT_EQ(model->magnification(), 1);
     EXPECT_EQ(controls().zoomText, QStringLiteral("100%"));
     EXPECT_EQ(controls().imageSizeText, QString::fromUtf8("100 \u00D7 50 px"));
@@ -344,6 +342,8 @@ TEST_F(EditorModelTest, WithoutRetainedStylesTheStyleCarriesOverToTheNextTool) {
     model->lineWidthChanged(0);
     model->selectTool(Tool::rect);
     EXPECT_EQ(doc.style().lineWidth, 2); // still the arrow's last value, not rect's XL
+    model->windowWillClose();
+    EXPECT_TRUE(library.loadStyles().empty()); // nothing remembered on close
 }
 
 TEST_F(EditorModelTest, RetainedStylesAreLoadedPerToolAndWrittenOnClose) {
@@ -372,12 +372,6 @@ TEST_F(EditorModelTest, RetainedStylesAreLoadedPerToolAndWrittenOnClose) {
 
     model->windowWillClose();
     EXPECT_EQ(library.loadStyles().at(Tool::rect).lineWidth, 16);
-}
-
-TEST_F(EditorModelTest, NothingIsRememberedOnCloseWithTheSettingOff) {
-    model->lineWidthChanged(3);
-    model->windowWillClose();
-    EXPECT_TRUE(library.loadStyles().empty());
 }
 
 TEST_F(EditorModelTest, ImageEditSessionSwapsTheFooterAndKeepsASnapshot) {
@@ -600,17 +594,6 @@ TEST_F(EditorModelTest, ReportsOnlyWhenSomethingShownChanges) {
     EXPECT_EQ(reports.size(), before + 1);
 }
 
-TEST_F(EditorModelTest, TextBoxesStartWithoutABorder) {
-    // Each tool's own style applies where styles are kept per tool.
-    settings.setRetainLastStylePerType(true);
-    open(QSize(1000, 800));
-    model->selectTool(Tool::text);
-    EXPECT_TRUE(doc.style().strokeColor.isClear());
-    EXPECT_EQ(model->toolStyles().at(Tool::text).fontColor, SystemColors::red);
-    model->selectTool(Tool::rect);
-    EXPECT_EQ(doc.style().strokeColor, SystemColors::red);
-}
-
 // --- Steps -------------------------------------------------------------------------------------
 
 TEST_F(EditorModelTest, TheStepToolShowsItsColoursOpacityAndSizeAndPlacesStepsInThem) {
@@ -640,9 +623,15 @@ TEST_F(EditorModelTest, TheStepToolShowsItsColoursOpacityAndSizeAndPlacesStepsIn
     EXPECT_TRUE(controls().fontFamilyPopUp.visible);
 }
 
-TEST_F(EditorModelTest, TheStepToolKeepsAStyleOfItsOwn) {
+// Where styles are kept per tool, text boxes start without a border and steps keep their own.
+TEST_F(EditorModelTest, TheTextAndStepToolsKeepStylesOfTheirOwn) {
     settings.setRetainLastStylePerType(true);
     open(QSize(1000, 800));
+    model->selectTool(Tool::text);
+    EXPECT_TRUE(doc.style().strokeColor.isClear());
+    EXPECT_EQ(model->toolStyles().at(Tool::text).fontColor, SystemColors::red);
+    model->selectTool(Tool::rect);
+    EXPECT_EQ(doc.style().strokeColor, SystemColors::red);
     model->selectTool(Tool::step);
     model->fillColorChanged(blue);
     model->fontSizeChanged(5); // 32
