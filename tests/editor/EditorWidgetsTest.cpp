@@ -406,11 +406,8 @@ TEST_F(ColorWellTest, ClosedOrDestroyedWellsLeaveNoTarget) {
     delete doomed;
     EXPECT_EQ(panel.target(), nullptr);
     EXPECT_FALSE(panel.isVisible());
-    click(fill);
-    typeInDialog(QStringLiteral("HTML"), QStringLiteral("#abcdef"));
-    // The alpha comes back as the dialog's 8-bit 128 of 255.
-    expectColor(fillChanges.back(), 0xab / 255.0, 0xcd / 255.0, 0xef / 255.0, 128.0 / 255);
-    EXPECT_TRUE(strokeChanges.empty());
+    click(fill); // and takes the next well
+    EXPECT_EQ(panel.target(), fill);
 
     // Closing the window hides its wells: the panel closes with them.
     click(stroke);

@@ -88,11 +88,10 @@ TEST_F(EditorWindowTest, SelectionReadOutsFollowTheSelection) {
 }
 
 TEST_F(EditorWindowTest, HidingAnnotationsDisablesToolsAndDrawing) {
+    // Which controls go dim is the model's; here the widgets follow and the canvas stops drawing.
     openImage();
-    EXPECT_FALSE(visibilityToggle()->isEnabled()); // nothing to hide yet
     dragOnCanvas({60, 60}, {160, 140});
     ASSERT_EQ(doc().annotations().size(), 1u);
-    EXPECT_TRUE(visibilityToggle()->isEnabled());
     QTest::mouseClick(visibilityToggle(), Qt::LeftButton);
     EXPECT_FALSE(doc().showsAnnotations());
     EXPECT_FALSE(tool(Tool::oval)->isEnabled());
