@@ -1,6 +1,6 @@
 #include "ai/AIRequestFlow.h"
 
-#include "BundleTool.h"
+#include "BundleToolRun.h"
 #include "FakeHttpServer.h"
 #include "FakeModelAnswers.h"
 #include "ai/AIService.h"
@@ -302,11 +302,7 @@ TEST_F(AIRequestFlowTest, CloudDetectionBatchIsOneStepWithItsTextAndMetaLine) {
 }
 
 TEST_F(AIRequestFlowTest, CloudImageEditHandsTheImageOverAndQuestionsReadTheAnalysis) {
-    serveCloud("imageEdit",
-               Response::json(200, R"({"candidates":[{"content":{"parts":[{"inlineData":)"
-                                   R"({"mimeType":"image/png","data":")" +
-                                       pngBase64(QSize(3, 2), Qt::red) +
-                                       R"("}}],"role":"model"},"finishReason":"STOP"}]})"));
+    serveCloud("imageEdit", Response::json(200, geminiImage(QSize(3, 2), Qt::red)));
     flow->start(AIProvider::googleGeminiPro, QStringLiteral("make it a watercolor"), key);
     ASSERT_TRUE(awaitFinish());
     ASSERT_TRUE(replaced.has_value());
@@ -362,25 +358,6 @@ TEST_F(AIRequestFlowTest, AnAnswerArrivingAfterTheOwnerWentChangesNothing) {
     EXPECT_TRUE(canvas.annotations().empty());
 }
 
-namespace {
-
-struct ToolRun {
-    int status;
-    QString out;
-    QString err;
-};
-
-ToolRun runTool(const QStringList& args) {
-    QString out;
-    QString err;
-    QTextStream outStream(&out);
-    QTextStream errStream(&err);
-    const int status = runBundleTool(args, outStream, errStream);
-    return {status, out, err};
-}
-
-} // namespace
-
 // The command runs the same flow on a bundle, with the clients' addresses from the environment.
 TEST_F(AIRequestFlowTest, AskCommandAppliesTheAnswerToTheBundleAndReportsFailures) {
     QTemporaryDir dir;
@@ -407,11 +384,7 @@ TEST_F(AIRequestFlowTest, AskCommandAppliesTheAnswerToTheBundleAndReportsFailure
     EXPECT_EQ(geometry::bounds(stored[1]), QRectF(40, 70, 40, 30));
 
     // A cloud image edit rewrites the bundle's picture.
-    serveCloud("imageEdit",
-               Response::json(200, R"({"candidates":[{"content":{"parts":[{"inlineData":)"
-                                   R"({"mimeType":"image/png","data":")" +
-                                       pngBase64(QSize(100, 50), Qt::blue) +
-                                       R"("}}],"role":"model"},"finishReason":"STOP"}]})"));
+    serveCloud("imageEdit", Response::json(200, geminiImage(QSize(100, 50), Qt::blue)));
     const ToolRun edited =
         runTool({"ask", bundlePath, "make it look like night", "--provider", "gemini-pro"});
     EXPECT_EQ(edited.status, 0) << edited.err.toStdString();

@@ -46,6 +46,12 @@ inline QByteArray pngBase64(QSize size, QColor color) {
     return png.toBase64();
 }
 
+/// The cloud's image edit answer: one `size` picture filled with `color`.
+inline QByteArray geminiImage(QSize size, QColor color) {
+    return R"({"candidates":[{"content":{"parts":[{"inlineData":{"mimeType":"image/png","data":")" +
+           pngBase64(size, color) + R"("}}],"role":"model"},"finishReason":"STOP"}]})";
+}
+
 /// `value` written as the escaped text of a JSON string, as a model's text answer carries it.
 inline QByteArray escaped(const nlohmann::json& value) {
     const std::string quoted = nlohmann::json(value.dump()).dump();

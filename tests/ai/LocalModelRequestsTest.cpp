@@ -58,13 +58,10 @@ TEST(LocalModelRequestBodies, DirectiveSchemasCarryTheFieldGuides) {
     const json& format = body["response_format"];
     EXPECT_EQ(format["json_schema"]["name"], "AICanvasDirective");
     const json& schema = format["json_schema"]["schema"];
-    EXPECT_EQ(schema["required"].size(), 20u);
-    EXPECT_EQ(schema["required"][0], "shouldDraw");
-    EXPECT_EQ(schema["required"][19], "summary");
+    EXPECT_EQ(schema["required"].size(), 20u); // the guides' order is the directives' test's
     EXPECT_EQ(schema["additionalProperties"], false);
     EXPECT_EQ(schema["properties"]["x"].dump(),
               R"({"type":"integer","description":"Top-left X in image pixels — NOT the center."})");
-    EXPECT_EQ(schema["properties"]["operation"]["enum"], json({"create", "delete", "update"}));
     EXPECT_EQ(schema["properties"]["shape"]["enum"], json({"rect", "oval", ""}));
     const std::string fontGuide = schema["properties"]["fontFamily"]["description"];
     EXPECT_NE(fontGuide.find(R"(as installed on this computer (e.g. "DejaVu Sans", )"

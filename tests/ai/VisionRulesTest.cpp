@@ -1,7 +1,6 @@
 #include "ai/VisionRules.h"
 
 #include <gtest/gtest.h>
-#include <map>
 
 using namespace vellumix;
 using namespace vellumix::vision;
@@ -31,6 +30,15 @@ QStringList texts(const std::vector<FoundLine>& lines) {
         all << line.text;
     }
     return all;
+}
+
+double confidenceOf(const PictureMeasures& measures, const char* identifier) {
+    for (const Classification& label : classify(measures)) {
+        if (label.identifier == QLatin1String(identifier)) {
+            return label.confidence;
+        }
+    }
+    return 0;
 }
 
 OCRLine line(const char* text, QRectF rect) {
@@ -205,97 +213,32 @@ TEST(OcrLanguages, InstalledDesktopLanguagesComeFirstThenEnglish) {
     EXPECT_EQ(tesseractLanguages({"osd"}, {"en"}), QString());
 }
 
-TEST(VisionLabels, AnInterfacePictureIsAScreenshotWithText) {
-    PictureMeasures m;
-    m.flatShare = 0.9;
-    m.backgroundShare = 0.6;
-    m.textLines = 40;
-    m.textCoverage = 0.1;
-    m.meanLineWidth = 0.1;
-    m.axisLineShare = 0.1;
-    m.saturatedFlatShare = 0.02;
-    m.saturatedShare = 0.03;
-    m.edgeDensity = 0.06;
-    const std::vector<Classification> labels = classify(m);
-    ASSERT_EQ(labels.size(), 8u);
-    EXPECT_EQ(labels[0].identifier, QStringLiteral("screenshot"));
-    EXPECT_DOUBLE_EQ(labels[0].confidence, 1);
-    EXPECT_EQ(labels[1].identifier, QStringLiteral("text"));
-    EXPECT_DOUBLE_EQ(labels[1].confidence, 1);
-    EXPECT_EQ(keepClassifications(labels), QStringList({"screenshot", "text"}));
-}
-
-TEST(VisionLabels, ConfidencesFollowTheRampsBetweenTheirEnds) {
-    // drawn = max(r(0.56; 0.35, 0.7) = 0.6, r(0.3; 0.2, 0.5) = 1/3) = 0.6.
-    PictureMeasures m;
-    m.flatShare = 0.56;
-    m.backgroundShare = 0.3;
-    m.textLines = 10;           // r(10; 4, 16) = 0.5
-    m.meanLineWidth = 0.45;     // pageLike = r(0.45; 0.35, 0.6) · r(0.3; 0.55, 0.75) = 0
-    m.saturatedFlatShare = 0.1; // chart: r(0.1; 0.05, 0.15) = 0.5
-    m.axisLineShare = 0.35;     // r(0.35; 0.2, 0.5) = 0.5
-    m.textCoverage = 0.05;
-    m.edgeDensity = 0.02; // r(0.02; 0.01, 0.03) = 0.5
-    std::map<QString, double> confidence;
-    for (const Classification& label : classify(m)) {
-        confidence[label.identifier] = label.confidence;
+// Measures in field order: textCoverage, textLines, meanLineWidth, flatShare, backgroundShare,
+// saturatedShare, saturatedFlatShare, edgeDensity, axisLineShare.
+TEST(VisionLabels, EachKindOfPictureGetsItsOwnLabels) {
+    const struct {
+        const char* name;
+        PictureMeasures measures;
+        QStringList kept;
+    } cases[] = {
+        {"interface", {0.1, 40, 0.1, 0.9, 0.6, 0.03, 0.02, 0.06, 0.1}, {"screenshot", "text"}},
+        {"page", {0.4, 40, 0.7, 0.75, 0.8, 0, 0, 0.15, 0}, {"document", "text"}},
+        // text = r(0.08; 0, 0.1) = 0.8; screenshot is silenced by chart = 1.
+        {"chart", {0.08, 12, 0.1, 0.95, 0.7, 0.25, 0.23, 0.03, 0.7}, {"chart", "text"}},
+        // background r(0.8; 0.75, 0.85) = 0.5, edges r = 0.8: diagram 0.4.
+        {"diagram", {0.01, 6, 0, 0.98, 0.8, 0, 0, 0.026, 0.67}, {"diagram"}},
+        // The same outlines and labels over several panels are an interface.
+        {"panels", {0.01, 14, 0, 0.98, 0.7, 0, 0, 0.026, 0.67}, {"screenshot"}},
+        {"photo", {0, 0, 0, 0.2, 0.03, 0.6}, {"photo"}},
+        // Between the ramps' ends: screenshot 0.255 and chart 0.15 fall below 0.3, text 0.5 and
+        // photo 0.4 do not.
+        {"in between", {0.05, 10, 0.45, 0.56, 0.3, 0, 0.1, 0.02, 0.35}, {"text", "photo"}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(keepClassifications(classify(c.measures)), c.kept) << c.name;
     }
-    // chart = 0.6 · 0.5 · 0.5 · (1 − r(0.05; 0.2, 0.35) = 1) = 0.15
-    EXPECT_NEAR(confidence["chart"], 0.15, 1e-9);
-    // diagram: r(0.3; 0.75, 0.85) = 0, not on one background
-    EXPECT_EQ(confidence["diagram"], 0);
-    // screenshot = 0.6 · 0.5 · (1 − 0) · (1 − 0.15) = 0.255
-    EXPECT_NEAR(confidence["screenshot"], 0.255, 1e-9);
-    EXPECT_NEAR(confidence["text"], 0.5, 1e-9);  // r(0.05; 0, 0.1) · r(10; 0, 3)
-    EXPECT_NEAR(confidence["photo"], 0.4, 1e-9); // (1 − 0.6) · (1 − r(0.05; 0.1, 0.3))
-    EXPECT_EQ(confidence["document"], 0);        // r(0.05; 0.08, 0.2) = 0
-    EXPECT_EQ(keepClassifications(classify(m)), QStringList({"text", "photo"}));
-}
-
-TEST(VisionLabels, PagesChartsDiagramsAndPhotosEachGetTheirOwnLabel) {
-    PictureMeasures page;
-    page.flatShare = 0.75;
-    page.backgroundShare = 0.8;
-    page.textLines = 40;
-    page.textCoverage = 0.4;
-    page.meanLineWidth = 0.7;
-    page.edgeDensity = 0.15;
-    EXPECT_EQ(keepClassifications(classify(page)), QStringList({"document", "text"}));
-
-    PictureMeasures chart;
-    chart.flatShare = 0.95;
-    chart.backgroundShare = 0.7;
-    chart.saturatedShare = 0.25;
-    chart.saturatedFlatShare = 0.23;
-    chart.axisLineShare = 0.7;
-    chart.edgeDensity = 0.03;
-    chart.textLines = 12;
-    chart.textCoverage = 0.08;
-    chart.meanLineWidth = 0.1;
-    // text = r(0.08; 0, 0.1) = 0.8; screenshot is silenced by chart = 1.
-    EXPECT_EQ(keepClassifications(classify(chart)), QStringList({"chart", "text"}));
-
-    PictureMeasures diagram;
-    diagram.flatShare = 0.98;
-    diagram.backgroundShare = 0.8; // r(0.8; 0.75, 0.85) = 0.5
-    diagram.axisLineShare = 0.67;
-    diagram.edgeDensity = 0.026; // r = 0.8
-    diagram.textLines = 6;
-    diagram.textCoverage = 0.01;
-    const std::vector<Classification> diagramLabels = classify(diagram);
-    EXPECT_EQ(diagramLabels[0].identifier, QStringLiteral("diagram"));
-    EXPECT_NEAR(diagramLabels[0].confidence, 0.4, 1e-9);
-    EXPECT_EQ(keepClassifications(diagramLabels), QStringList({"diagram"}));
-    // The same outlines and labels over several panels are an interface.
-    diagram.backgroundShare = 0.7;
-    diagram.textLines = 14;
-    EXPECT_EQ(keepClassifications(classify(diagram)), QStringList({"screenshot"}));
-
-    PictureMeasures photo;
-    photo.flatShare = 0.2;
-    photo.backgroundShare = 0.03;
-    photo.saturatedShare = 0.6;
-    EXPECT_EQ(keepClassifications(classify(photo)), QStringList({"photo"}));
+    EXPECT_DOUBLE_EQ(confidenceOf(cases[0].measures, "screenshot"), 1);
+    EXPECT_NEAR(confidenceOf(cases[3].measures, "diagram"), 0.4, 1e-9);
 }
 
 TEST(VisionLabels, FacesMakeAPersonAndBodiesToo) {
@@ -304,22 +247,13 @@ TEST(VisionLabels, FacesMakeAPersonAndBodiesToo) {
     m.faceConfidence = 0.8;
     m.bodies = 1;
     m.bodyConfidence = 0.5;
-    std::map<QString, double> confidence;
-    for (const Classification& label : classify(m)) {
-        confidence[label.identifier] = label.confidence;
-    }
-    EXPECT_DOUBLE_EQ(confidence["face"], 0.8);
-    EXPECT_NEAR(confidence["person"], 0.72, 1e-9);
-
+    EXPECT_DOUBLE_EQ(confidenceOf(m, "face"), 0.8);
+    EXPECT_NEAR(confidenceOf(m, "person"), 0.72, 1e-9);
     m.faces = 0;
     m.faceConfidence = 0;
     m.bodyConfidence = 0.65;
-    confidence.clear();
-    for (const Classification& label : classify(m)) {
-        confidence[label.identifier] = label.confidence;
-    }
-    EXPECT_EQ(confidence["face"], 0);
-    EXPECT_DOUBLE_EQ(confidence["person"], 0.65);
+    EXPECT_EQ(confidenceOf(m, "face"), 0);
+    EXPECT_DOUBLE_EQ(confidenceOf(m, "person"), 0.65);
 }
 
 TEST(VisionLabels, CascadeNeighboursRampFromFourToTwentyFour) {

@@ -1,5 +1,4 @@
-#include "BundleTool.h"
-
+#include "ai/BundleToolRun.h"
 #include "bundle/ProjectBundle.h"
 #include "support/HeicFixture.h"
 #include "support/TextPictures.h"
@@ -16,23 +15,9 @@
 #include <nlohmann/json.hpp>
 
 using namespace vellumix;
+using namespace vellumix::test;
 
 namespace {
-
-struct ToolRun {
-    int status;
-    QString out;
-    QString err;
-};
-
-ToolRun run(const QStringList& args) {
-    QString out;
-    QString err;
-    QTextStream outStream(&out);
-    QTextStream errStream(&err);
-    const int status = runBundleTool(args, outStream, errStream);
-    return {status, out, err};
-}
 
 class BundleToolTest : public ::testing::Test {
 protected:
@@ -49,9 +34,9 @@ protected:
 } // namespace
 
 TEST_F(BundleToolTest, CreateInfoAndRenderWorkOnRealFiles) {
-    ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
+    ASSERT_EQ(runTool({"create", imagePath(), bundlePath()}).status, 0);
     EXPECT_TRUE(bundle::isBundle(bundlePath()));
-    EXPECT_EQ(run({"info", bundlePath()}).out, QStringLiteral("[]\n"));
+    EXPECT_EQ(runTool({"info", bundlePath()}).out, QStringLiteral("[]\n"));
 
     const QString json = R"([{"type":"shape","shape":"rect","rect":[30,30,20.004,10],)"
                          R"("fillColor":[0,0,0],"lineWidth":0,"opacity":1,"id":"box01"}])";
@@ -59,22 +44,22 @@ TEST_F(BundleToolTest, CreateInfoAndRenderWorkOnRealFiles) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(json.toUtf8());
     file.close();
-    EXPECT_EQ(run({"info", bundlePath()}).out,
+    EXPECT_EQ(runTool({"info", bundlePath()}).out,
               QStringLiteral(R"([{"type":"shape","shape":"rect","rect":[30,30,20,10],)"
                              R"("lineWidth":0,"fillColor":[0,0,0],"opacity":1,)"
                              R"("lineStyle":"solid","id":"box01"}])"
                              "\n"));
 
     const QString out = dir.filePath("out.png");
-    ASSERT_EQ(run({"render", bundlePath(), out}).status, 0);
+    ASSERT_EQ(runTool({"render", bundlePath(), out}).status, 0);
     QImage rendered(out);
     EXPECT_EQ(rendered.size(), QSize(120, 80));
     EXPECT_EQ(rendered.pixel(15, 15), qRgb(0, 0, 0));
     EXPECT_EQ(rendered.pixel(5, 5), qRgb(10, 200, 30));
 
-    ASSERT_EQ(run({"render", bundlePath(), out, "--no-annotations"}).status, 0);
+    ASSERT_EQ(runTool({"render", bundlePath(), out, "--no-annotations"}).status, 0);
     EXPECT_EQ(QImage(out).pixel(15, 15), qRgb(10, 200, 30));
-    ASSERT_EQ(run({"render", bundlePath(), out, "--transparent"}).status, 0);
+    ASSERT_EQ(runTool({"render", bundlePath(), out, "--transparent"}).status, 0);
     EXPECT_EQ(qAlpha(QImage(out).pixel(5, 5)), 0);
 }
 
@@ -84,38 +69,39 @@ TEST_F(BundleToolTest, BadInputIsOneLineAndStatusOne) {
         EXPECT_EQ(r.err.count('\n'), 1) << qPrintable(r.err);
         EXPECT_TRUE(r.out.isEmpty());
     };
-    expectOneLineFailure(run({"info", dir.filePath("missing.vellumix")}));
-    expectOneLineFailure(run({"render", dir.filePath("missing.vellumix"), dir.filePath("o.png")}));
+    expectOneLineFailure(runTool({"info", dir.filePath("missing.vellumix")}));
+    expectOneLineFailure(
+        runTool({"render", dir.filePath("missing.vellumix"), dir.filePath("o.png")}));
     QFile garbage(dir.filePath("garbage.png"));
     ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
     garbage.write("\x89PNG\r\n\x1a\n truncated");
     garbage.close();
-    expectOneLineFailure(run({"create", garbage.fileName(), bundlePath()}));
+    expectOneLineFailure(runTool({"create", garbage.fileName(), bundlePath()}));
     EXPECT_FALSE(QFile::exists(bundlePath()));
 
     // A bundle whose image is unreadable is not a bundle.
     ASSERT_TRUE(QDir().mkpath(bundlePath()));
     ASSERT_TRUE(QFile::copy(garbage.fileName(), QDir(bundlePath()).filePath("image.png")));
-    expectOneLineFailure(run({"info", bundlePath()}));
+    expectOneLineFailure(runTool({"info", bundlePath()}));
 
-    EXPECT_EQ(run({"frobnicate"}).status, 2);
+    EXPECT_EQ(runTool({"frobnicate"}).status, 2);
 }
 
 TEST_F(BundleToolTest, CreateReadsHeic) {
     const QString photo = dir.filePath("photo.heic");
     ASSERT_TRUE(test_support::writeHeicPicture(photo));
-    ASSERT_EQ(run({"create", photo, bundlePath()}).status, 0);
+    ASSERT_EQ(runTool({"create", photo, bundlePath()}).status, 0);
     EXPECT_TRUE(test_support::looksLikeHeicPicture(bundle::readImage(bundlePath())));
 }
 
 TEST_F(BundleToolTest, UnreadableAnnotationsReadAsNone) {
-    ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
+    ASSERT_EQ(runTool({"create", imagePath(), bundlePath()}).status, 0);
     QFile file(QDir(bundlePath()).filePath("annotations.json"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("{ this is not json");
     file.close();
-    EXPECT_EQ(run({"info", bundlePath()}).out, QStringLiteral("[]\n"));
-    EXPECT_EQ(run({"render", bundlePath(), dir.filePath("o.png")}).status, 0);
+    EXPECT_EQ(runTool({"info", bundlePath()}).out, QStringLiteral("[]\n"));
+    EXPECT_EQ(runTool({"render", bundlePath(), dir.filePath("o.png")}).status, 0);
 }
 
 // The installed command itself: exit status and standard error as a script sees them.
@@ -129,7 +115,7 @@ TEST_F(BundleToolTest, CommandLineBinaryReportsFailuresWithoutCrashing) {
 }
 
 TEST_F(BundleToolTest, ApplyDrawsUpdatesAndDeletesAsDirectivesAsk) {
-    ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
+    ASSERT_EQ(runTool({"create", imagePath(), bundlePath()}).status, 0);
     const QString directives = dir.filePath("d.json");
     const auto write = [&](const QByteArray& text) {
         QFile f(directives);
@@ -140,7 +126,7 @@ TEST_F(BundleToolTest, ApplyDrawsUpdatesAndDeletesAsDirectivesAsk) {
                "color":"blue","cornerRadius":-1,"opacity":-1,"summary":"box"},
               {"shouldDraw":true,"kind":"text","x":5,"y":50,"text":"Hi","cornerRadius":-1,"opacity":-1},
               {"shouldDraw":false,"summary":"unclear"}])");
-    ToolRun r = run({"apply", bundlePath(), directives});
+    ToolRun r = runTool({"apply", bundlePath(), directives});
     ASSERT_EQ(r.status, 0) << qPrintable(r.err);
     EXPECT_EQ(r.out, QStringLiteral(
                          "Add 2 Annotations (AI)\nAdded 2 annotations (rect × 1, text × 1).\n"));
@@ -154,32 +140,33 @@ TEST_F(BundleToolTest, ApplyDrawsUpdatesAndDeletesAsDirectivesAsk) {
                              {"shouldDraw":true,"operation":"delete","targetId":"%2"}])")
               .arg(rectId, textId)
               .toUtf8());
-    r = run({"apply", bundlePath(), directives});
+    r = runTool({"apply", bundlePath(), directives});
     EXPECT_EQ(r.out, QStringLiteral("Modify 2 Annotations (AI)\nRemoved 1, updated 1.\n"));
     const AnnotationList after = bundle::loadAnnotations(bundlePath());
     ASSERT_EQ(after.size(), 1u);
     EXPECT_EQ(std::get<ShapeAnnotation>(after[0]).strokeColor, Color::rgb(0.9, 0.2, 0.2));
 
-    r = run({"context", bundlePath(), "--route", "annotationEdit"});
+    r = runTool({"context", bundlePath(), "--route", "annotationEdit"});
     EXPECT_EQ(r.out, QStringLiteral("Image size: 120 × 80 px\nExisting annotations: 1\n  %1: rect "
                                     "[10,10 50×30] stroke=#E63333\n")
                          .arg(rectId));
 
     write("[not json");
-    EXPECT_EQ(run({"apply", bundlePath(), directives}).status, 1);
-    EXPECT_EQ(run({"context", bundlePath(), "--route", "sideways"}).status, 1);
-    EXPECT_EQ(run({"apply", dir.filePath("missing.vellumix"), directives}).status, 1);
+    EXPECT_EQ(runTool({"apply", bundlePath(), directives}).status, 1);
+    EXPECT_EQ(runTool({"context", bundlePath(), "--route", "sideways"}).status, 1);
+    EXPECT_EQ(runTool({"apply", dir.filePath("missing.vellumix"), directives}).status, 1);
 }
 
 TEST_F(BundleToolTest, ContextTakesAnAnalysisFile) {
-    ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
+    ASSERT_EQ(runTool({"create", imagePath(), bundlePath()}).status, 0);
     const QString analysis = dir.filePath("a.json");
     QFile f(analysis);
     ASSERT_TRUE(f.open(QIODevice::WriteOnly));
     f.write(R"({"classifications":["document"],"lines":[{"text":"Total due","rect":[4,5,60,12.5],
               "relativeSize":"large"}],"salientRegions":[{"rect":[1,2,3,4],"confidence":0.5}]})");
     f.close();
-    const ToolRun r = run({"context", bundlePath(), "--route", "question", "--analysis", analysis});
+    const ToolRun r =
+        runTool({"context", bundlePath(), "--route", "question", "--analysis", analysis});
     ASSERT_EQ(r.status, 0) << qPrintable(r.err);
     EXPECT_EQ(r.out, QStringLiteral("Image size: 120 × 80 px\n"
                                     "Image content (Vision classifications): document\n"
@@ -190,8 +177,8 @@ TEST_F(BundleToolTest, ContextTakesAnAnalysisFile) {
                                     "  [4,5 60×13] \"Total due\" (large)\n"
                                     "Annotations: 0\n"
                                     "Selected annotations: 0\n"));
-    const ToolRun compact = run({"context", bundlePath(), "--route", "annotationEdit", "--query",
-                                 "circle the total", "--analysis", analysis});
+    const ToolRun compact = runTool({"context", bundlePath(), "--route", "annotationEdit",
+                                     "--query", "circle the total", "--analysis", analysis});
     EXPECT_TRUE(compact.out.contains(
         "Text recognized in image (image-pixel coords):\n  [4,5 60×13] \"Total due\"\n"));
 }
@@ -205,9 +192,9 @@ TEST_F(BundleToolTest, AnalyzeFeedsContextAndRedactHidesWhatItFinds) {
                           {{QPoint(20, 35), QStringLiteral("Contact: jane.doe@example.com")},
                            {QPoint(20, 75), QStringLiteral("Server 192.168.40.12 is up")}});
     ASSERT_TRUE(page.save(imagePath()));
-    ASSERT_EQ(run({"create", imagePath(), bundlePath()}).status, 0);
+    ASSERT_EQ(runTool({"create", imagePath(), bundlePath()}).status, 0);
 
-    const ToolRun analysed = run({"analyze", bundlePath()});
+    const ToolRun analysed = runTool({"analyze", bundlePath()});
     ASSERT_EQ(analysed.status, 0) << qPrintable(analysed.err);
     const auto json = nlohmann::json::parse(analysed.out.toStdString());
     ASSERT_EQ(json["lines"].size(), 2u) << analysed.out.toStdString();
@@ -217,15 +204,16 @@ TEST_F(BundleToolTest, AnalyzeFeedsContextAndRedactHidesWhatItFinds) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(analysed.out.toUtf8());
     file.close();
-    EXPECT_TRUE(run({"context", bundlePath(), "--route", "question", "--analysis", file.fileName()})
-                    .out.contains("\"Server 192.168.40.12 is up\""));
+    EXPECT_TRUE(
+        runTool({"context", bundlePath(), "--route", "question", "--analysis", file.fileName()})
+            .out.contains("\"Server 192.168.40.12 is up\""));
 
     for (const QStringList& bad : {QStringList{"--kinds", "email,faces"},
                                    QStringList{"--style", "blur"}, QStringList{"--kinds"}}) {
-        EXPECT_EQ(run(QStringList{"redact", bundlePath()} + bad).status, 2)
+        EXPECT_EQ(runTool(QStringList{"redact", bundlePath()} + bad).status, 2)
             << bad.join(' ').toStdString();
     }
-    const ToolRun redacted = run({"redact", bundlePath(), "--kinds", "email"});
+    const ToolRun redacted = runTool({"redact", bundlePath(), "--kinds", "email"});
     ASSERT_EQ(redacted.status, 0) << qPrintable(redacted.err);
     const auto covered = nlohmann::json::parse(redacted.out.toStdString());
     ASSERT_EQ(covered.size(), 1u) << redacted.out.toStdString();
