@@ -1,6 +1,7 @@
 #include "capture/PortalScreenGrabber.h"
 
 #include "portals/PortalRequest.h"
+#include "support/Pictures.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -143,13 +144,10 @@ struct Outcome {
 // 40 × 30, every pixel different, including a translucent column: a lossless round trip
 // through the PNG leaves each one as it was.
 QImage knownPicture() {
-    QImage image(40, 30, QImage::Format_ARGB32);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            image.setPixel(x, y, qRgba(x * 6, y * 8, (x + y) % 256, x == 39 ? 128 : 255));
-        }
-    }
-    return image;
+    return vellumix::testing::generate(
+        QSize(40, 30),
+        [](int x, int y) { return qRgba(x * 6, y * 8, (x + y) % 256, x == 39 ? 128 : 255); },
+        QImage::Format_ARGB32);
 }
 
 class PortalScreenGrabberTest : public ::testing::Test {
@@ -325,13 +323,8 @@ TEST(PortalRequestPath, IsBuiltFromTheUniqueNameAndToken) {
 // Left of x = 2000 red, right of it blue, a green pixel at (2000, 0): a 3200 × 1000 desktop
 // picture of two screens at scale 2.
 QImage twoScreenDesktop() {
-    QImage image(3200, 1000, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    for (int y = 0; y < 1000; ++y) {
-        for (int x = 2000; x < 3200; ++x) {
-            image.setPixel(x, y, qRgb(0, 0, 255));
-        }
-    }
+    QImage image = vellumix::testing::generate(
+        QSize(3200, 1000), [](int x, int) { return x < 2000 ? qRgb(255, 0, 0) : qRgb(0, 0, 255); });
     image.setPixel(2000, 0, qRgb(0, 255, 0));
     return image;
 }
