@@ -80,19 +80,6 @@ TEST_F(CanvasViewTest, DrawsEachKindWithItsTool) {
     EXPECT_EQ(std::get<TextAnnotation>(annotations()[4]).text, QStringLiteral("Label"));
 }
 
-TEST_F(CanvasViewTest, NudgingOnlyLockedAnnotationsChangesNothing) {
-    ShapeAnnotation locked;
-    locked.rect = QRectF(50, 50, 40, 40);
-    locked.isLocked = true;
-    view.document().setAnnotationsWithoutUndo({locked});
-    view.document().setSelection({0});
-    view.setFocus();
-    QTest::keyClick(&view, Qt::Key_Right);
-    QTest::keyClick(&view, Qt::Key_Down, Qt::ShiftModifier);
-    EXPECT_EQ(geometry::bounds(annotations()[0]), QRectF(50, 50, 40, 40));
-    EXPECT_EQ(view.document().undoStack().count(), 0);
-}
-
 TEST_F(CanvasViewTest, PastingAClipboardImageAddsAnOverlay) {
     QImage picture(100, 50, QImage::Format_ARGB32);
     picture.fill(Qt::red);
@@ -401,8 +388,4 @@ TEST_F(CanvasViewTest, ContextMenuThroughTheWidget) {
     EXPECT_TRUE(item(menu, "Lock"));
     EXPECT_FALSE(item(menu, "Save style preset")->isEnabled());
     EXPECT_FALSE(item(menu, "Apply style preset"));
-    // Nothing selected, empty canvas: only the overlay item.
-    view.document().setSelection({});
-    menu = openMenu({380, 280});
-    EXPECT_EQ(titles(menu), QStringList{"Add image overlay…"});
 }
