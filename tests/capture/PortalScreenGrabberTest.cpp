@@ -244,22 +244,6 @@ TEST_F(PortalScreenGrabberTest, FollowsTheRequestPathThePortalReturns) {
     EXPECT_FALSE(QFile::exists(portal->fileWritten));
 }
 
-TEST_F(PortalScreenGrabberTest, CancelAndPortalFailureReportAReasonAndDeliverNothing) {
-    portal->answer = FakeScreenshotPortal::Answer::cancelled;
-    const Outcome cancelled = grabAndSettle(300ms);
-    EXPECT_EQ(cancelled.doneCalls, 0);
-    EXPECT_EQ(cancelled.failedCalls, 1);
-    EXPECT_TRUE(cancelled.reason.contains(QStringLiteral("cancelled")))
-        << cancelled.reason.toStdString();
-
-    portal->answer = FakeScreenshotPortal::Answer::otherFailure;
-    const Outcome failure = grabAndSettle(300ms);
-    EXPECT_EQ(failure.doneCalls, 0);
-    EXPECT_EQ(failure.failedCalls, 1);
-    EXPECT_TRUE(failure.reason.contains(QStringLiteral("response 2")))
-        << failure.reason.toStdString();
-}
-
 TEST_F(PortalScreenGrabberTest, GivesUpWhenThePortalNeverResponds) {
     portal->answer = FakeScreenshotPortal::Answer::silent;
     QElapsedTimer clock;
@@ -278,19 +262,25 @@ TEST_F(PortalScreenGrabberTest, GivesUpWhenThePortalNeverResponds) {
         << outcome.reason.toStdString();
 }
 
-TEST_F(PortalScreenGrabberTest, BusErrorsAndUnreadableFilesFail) {
-    portal->answer = FakeScreenshotPortal::Answer::errorReply;
-    const Outcome refused = grabAndSettle(300ms);
-    EXPECT_EQ(refused.doneCalls, 0);
-    EXPECT_EQ(refused.failedCalls, 1);
-    EXPECT_TRUE(refused.reason.contains(QStringLiteral("screenshots are not allowed")))
-        << refused.reason.toStdString();
-
-    portal->answer = FakeScreenshotPortal::Answer::unreadableFile;
-    const Outcome unreadable = grabAndSettle(300ms);
-    EXPECT_EQ(unreadable.doneCalls, 0);
-    EXPECT_EQ(unreadable.failedCalls, 1);
-    EXPECT_FALSE(QFile::exists(portal->fileWritten));
+TEST_F(PortalScreenGrabberTest, FailuresReportAReasonAndDeliverNothing) {
+    using Answer = FakeScreenshotPortal::Answer;
+    const struct {
+        Answer answer;
+        const char* reason; // part of the reason given
+    } cases[] = {{Answer::cancelled, "cancelled"},
+                 {Answer::otherFailure, "response 2"},
+                 {Answer::errorReply, "screenshots are not allowed"},
+                 {Answer::unreadableFile, ""}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.answer));
+        portal->answer = c.answer;
+        const Outcome outcome = grabAndSettle(300ms);
+        EXPECT_EQ(outcome.doneCalls, 0);
+        EXPECT_EQ(outcome.failedCalls, 1);
+        EXPECT_TRUE(outcome.reason.contains(QLatin1String(c.reason)))
+            << outcome.reason.toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(portal->fileWritten)); // the unreadable one
 
     // No portal on the bus at all.
     fakeBus.unregisterService(fakePortalName());
