@@ -2,6 +2,7 @@
 
 #include "model/AnnotationStyle.h"
 #include "model/OverlayRef.h"
+#include "support/Pictures.h"
 #include "support/TestFiles.h"
 
 #include <QDir>
@@ -19,13 +20,8 @@ using namespace vellumix;
 namespace {
 
 QImage screenshot(int w, int h) {
-    QImage image(w, h, QImage::Format_RGB32);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) {
-            image.setPixel(x, y, qRgb(x % 256, y % 256, (x * y) % 256));
-        }
-    }
-    return image;
+    return vellumix::testing::generate(
+        QSize(w, h), [](int x, int y) { return qRgb(x % 256, y % 256, (x * y) % 256); });
 }
 
 OverlayAnnotation overlayWithRef(const QString& ref) {

@@ -149,29 +149,13 @@ TEST_F(CaptureTest, OverlayCoversTheGrabbedScreen) {
     EXPECT_EQ(grabber->calls, 1);
 }
 
-TEST_F(CaptureTest, RatioTwoYieldsTwiceThePixels) {
-    CaptureView* view = start(QRect(0, 0, 400, 300), 2.0);
-    ASSERT_NE(view, nullptr);
-    drag(view, {50, 40}, {150, 90});
-    // 100 × 50 units from (50, 40): pixels 100..299 × 80..179.
-    expectCapture(200, 100, {100, 80}, {299, 179});
-    EXPECT_EQ(visibleOverlay(), nullptr);
-}
-
-TEST_F(CaptureTest, FractionalRatioTakesEveryTouchedPixel) {
-    CaptureView* view = start(QRect(0, 0, 640, 360), 1.25);
-    ASSERT_NE(view, nullptr);
-    drag(view, {10, 10}, {110, 50});
-    // 12.5..137.5 × 12.5..62.5 in pixels: 12..137 × 12..62.
-    expectCapture(126, 51, {12, 12}, {137, 62});
-}
-
 TEST_F(CaptureTest, SecondScreenAtOneAndAHalfCropsFromItsOwnOrigin) {
     CaptureView* view = start(QRect(1920, 0, 640, 360), 1.5);
     ASSERT_NE(view, nullptr);
     drag(view, {201, 101}, {101, 51});
     // Local 101..201 × 51..101 is 151.5..301.5 × 76.5..151.5: pixels 151..301 × 76..151.
     expectCapture(151, 76, {151, 76}, {301, 151});
+    EXPECT_EQ(visibleOverlay(), nullptr);
 }
 
 TEST_F(CaptureTest, DraggingPastTheEdgeStopsAtTheScreen) {
@@ -182,13 +166,6 @@ TEST_F(CaptureTest, DraggingPastTheEdgeStopsAtTheScreen) {
     expectCapture(50, 75, {750, 375}, {799, 449});
 }
 
-TEST_F(CaptureTest, SmallestDragThatCounts) {
-    CaptureView* view = start(QRect(0, 0, 400, 300), 2.0);
-    ASSERT_NE(view, nullptr);
-    drag(view, {20, 30}, {25, 35});
-    expectCapture(10, 10, {40, 60}, {49, 69});
-}
-
 TEST_F(CaptureTest, TinyDragsCancel) {
     CaptureView* view = start(QRect(0, 0, 400, 300), 2.0);
     ASSERT_NE(view, nullptr);
@@ -196,12 +173,6 @@ TEST_F(CaptureTest, TinyDragsCancel) {
     EXPECT_EQ(cancels, 1);
     EXPECT_FALSE(captured.has_value());
     EXPECT_FALSE(controller->isRunning());
-
-    view = start(QRect(0, 0, 400, 300), 2.0);
-    ASSERT_NE(view, nullptr);
-    QTest::mouseClick(view, Qt::LeftButton, {}, QPoint(80, 80));
-    EXPECT_EQ(cancels, 2);
-    EXPECT_FALSE(captured.has_value());
     EXPECT_EQ(visibleOverlay(), nullptr);
 }
 

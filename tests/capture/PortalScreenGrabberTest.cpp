@@ -1,6 +1,7 @@
 #include "capture/PortalScreenGrabber.h"
 
 #include "portals/PortalRequest.h"
+#include "support/Pictures.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -143,13 +144,10 @@ struct Outcome {
 // 40 × 30, every pixel different, including a translucent column: a lossless round trip
 // through the PNG leaves each one as it was.
 QImage knownPicture() {
-    QImage image(40, 30, QImage::Format_ARGB32);
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            image.setPixel(x, y, qRgba(x * 6, y * 8, (x + y) % 256, x == 39 ? 128 : 255));
-        }
-    }
-    return image;
+    return vellumix::testing::generate(
+        QSize(40, 30),
+        [](int x, int y) { return qRgba(x * 6, y * 8, (x + y) % 256, x == 39 ? 128 : 255); },
+        QImage::Format_ARGB32);
 }
 
 class PortalScreenGrabberTest : public ::testing::Test {
@@ -246,22 +244,6 @@ TEST_F(PortalScreenGrabberTest, FollowsTheRequestPathThePortalReturns) {
     EXPECT_FALSE(QFile::exists(portal->fileWritten));
 }
 
-TEST_F(PortalScreenGrabberTest, CancelAndPortalFailureReportAReasonAndDeliverNothing) {
-    portal->answer = FakeScreenshotPortal::Answer::cancelled;
-    const Outcome cancelled = grabAndSettle(300ms);
-    EXPECT_EQ(cancelled.doneCalls, 0);
-    EXPECT_EQ(cancelled.failedCalls, 1);
-    EXPECT_TRUE(cancelled.reason.contains(QStringLiteral("cancelled")))
-        << cancelled.reason.toStdString();
-
-    portal->answer = FakeScreenshotPortal::Answer::otherFailure;
-    const Outcome failure = grabAndSettle(300ms);
-    EXPECT_EQ(failure.doneCalls, 0);
-    EXPECT_EQ(failure.failedCalls, 1);
-    EXPECT_TRUE(failure.reason.contains(QStringLiteral("response 2")))
-        << failure.reason.toStdString();
-}
-
 TEST_F(PortalScreenGrabberTest, GivesUpWhenThePortalNeverResponds) {
     portal->answer = FakeScreenshotPortal::Answer::silent;
     QElapsedTimer clock;
@@ -280,19 +262,25 @@ TEST_F(PortalScreenGrabberTest, GivesUpWhenThePortalNeverResponds) {
         << outcome.reason.toStdString();
 }
 
-TEST_F(PortalScreenGrabberTest, BusErrorsAndUnreadableFilesFail) {
-    portal->answer = FakeScreenshotPortal::Answer::errorReply;
-    const Outcome refused = grabAndSettle(300ms);
-    EXPECT_EQ(refused.doneCalls, 0);
-    EXPECT_EQ(refused.failedCalls, 1);
-    EXPECT_TRUE(refused.reason.contains(QStringLiteral("screenshots are not allowed")))
-        << refused.reason.toStdString();
-
-    portal->answer = FakeScreenshotPortal::Answer::unreadableFile;
-    const Outcome unreadable = grabAndSettle(300ms);
-    EXPECT_EQ(unreadable.doneCalls, 0);
-    EXPECT_EQ(unreadable.failedCalls, 1);
-    EXPECT_FALSE(QFile::exists(portal->fileWritten));
+TEST_F(PortalScreenGrabberTest, FailuresReportAReasonAndDeliverNothing) {
+    using Answer = FakeScreenshotPortal::Answer;
+    const struct {
+        Answer answer;
+        const char* reason; // part of the reason given
+    } cases[] = {{Answer::cancelled, "cancelled"},
+                 {Answer::otherFailure, "response 2"},
+                 {Answer::errorReply, "screenshots are not allowed"},
+                 {Answer::unreadableFile, ""}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.answer));
+        portal->answer = c.answer;
+        const Outcome outcome = grabAndSettle(300ms);
+        EXPECT_EQ(outcome.doneCalls, 0);
+        EXPECT_EQ(outcome.failedCalls, 1);
+        EXPECT_TRUE(outcome.reason.contains(QLatin1String(c.reason)))
+            << outcome.reason.toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(portal->fileWritten)); // the unreadable one
 
     // No portal on the bus at all.
     fakeBus.unregisterService(fakePortalName());
@@ -325,13 +313,8 @@ TEST(PortalRequestPath, IsBuiltFromTheUniqueNameAndToken) {
 // Left of x = 2000 red, right of it blue, a green pixel at (2000, 0): a 3200 × 1000 desktop
 // picture of two screens at scale 2.
 QImage twoScreenDesktop() {
-    QImage image(3200, 1000, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    for (int y = 0; y < 1000; ++y) {
-        for (int x = 2000; x < 3200; ++x) {
-            image.setPixel(x, y, qRgb(0, 0, 255));
-        }
-    }
+    QImage image = vellumix::testing::generate(
+        QSize(3200, 1000), [](int x, int) { return x < 2000 ? qRgb(255, 0, 0) : qRgb(0, 0, 255); });
     image.setPixel(2000, 0, qRgb(0, 255, 0));
     return image;
 }

@@ -1,5 +1,7 @@
 #include "codecs/FastPngEncoder.h"
 
+#include "support/Pictures.h"
+
 #include <QBuffer>
 #include <QImageReader>
 #include <QImageWriter>
@@ -29,21 +31,20 @@ QByteArray qtPng(const QImage& image) {
 // Content for every row filter: flat runs, gradients (Sub, Up, Average), noise (Paeth, None),
 // drawn text, and alpha that varies.
 QImage mixed(int width, int height, QImage::Format format) {
-    QImage image(width, height, format);
     std::mt19937 rng(7);
     std::uniform_int_distribution<int> noise(0, 255);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
+    QImage image = vellumix::testing::generate(
+        QSize(width, height),
+        [&](int x, int y) {
             const int band = (y / 16) % 4;
             const int v = band == 0   ? 200
                           : band == 1 ? (x * 255) / width
                           : band == 2 ? noise(rng)
                                       : (x + y) & 255;
-            image.setPixel(x, y,
-                           qRgba(v, 255 - v, (v * 3) & 255,
-                                 format == QImage::Format_RGB32 ? 255 : (x * 7 + y) & 255));
-        }
-    }
+            return qRgba(v, 255 - v, (v * 3) & 255,
+                         format == QImage::Format_RGB32 ? 255 : (x * 7 + y) & 255);
+        },
+        format);
     QPainter painter(&image);
     painter.setPen(Qt::black);
     painter.drawText(QRect(0, 0, width, height), Qt::TextWordWrap,
@@ -68,7 +69,7 @@ TEST(FastPngEncoder, RoundTripsPixelsExactly) {
         {mixed(333, 517, QImage::Format_ARGB32_Premultiplied), true},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.image.width() << "x" << c.image.height());
+        SCOPED_TRACE(::testing::Message() << c.image.width() << "x" << c.image.height());
         const auto png = encodePngFast(c.image);
         ASSERT_TRUE(png);
         const QImage decoded = decode(*png);

@@ -1,5 +1,7 @@
 #include "codecs/ImageExport.h"
 
+#include "support/Pictures.h"
+
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
@@ -40,27 +42,23 @@ QImage encodeAndDecode(const QImage& image, ExportFormat format) {
 
 // Every channel of every pixel differs, alpha (when asked) running through all 256 values.
 QImage manyColors(int width, int height, bool alpha) {
-    QImage image(width, height, alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            image.setPixel(x, y,
-                           qRgba((x * 37 + y * 11) & 255, (x * 5 + y * 29) & 255, (x ^ y) & 255,
-                                 alpha ? (x * 13 + y * 7) % 256 : 255));
-        }
-    }
-    return image;
+    return vellumix::testing::generate(
+        QSize(width, height),
+        [alpha](int x, int y) {
+            return qRgba((x * 37 + y * 11) & 255, (x * 5 + y * 29) & 255, (x ^ y) & 255,
+                         alpha ? (x * 13 + y * 7) % 256 : 255);
+        },
+        alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
 }
 
 // The kind of picture that gets exported: a wallpaper gradient, a window with a title bar, a
 // sidebar, paragraphs of dark text and a blue button, and a red annotation frame, flattened
 // by the canvas as premultiplied ARGB.
 QImage screenshotLike(int width, int height) {
-    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            image.setPixel(x, y, qRgb(90 + x * 60 / width, 110 + y * 50 / height, 160));
-        }
-    }
+    QImage image = vellumix::testing::generate(
+        QSize(width, height),
+        [&](int x, int y) { return qRgb(90 + x * 60 / width, 110 + y * 50 / height, 160); },
+        QImage::Format_ARGB32_Premultiplied);
     QPainter p(&image);
     const QRect window(40, 30, width - 80, height - 60);
     p.fillRect(window, QColor(250, 250, 250));
@@ -134,7 +132,7 @@ TEST(ImageExport, LosslessFormatsKeepEveryPixel) {
         manyColors(19, 23, true).convertToFormat(QImage::Format_RGBA8888),
     };
     for (const QImage& picture : pictures) {
-        SCOPED_TRACE(testing::Message() << picture.width() << "x" << picture.height() << " format "
+        SCOPED_TRACE(::testing::Message() << picture.width() << "x" << picture.height() << " format "
                                         << picture.format());
         // libwebp reads the caller's pixels in place; it must not write into them.
         const QImage untouched = picture.copy();
@@ -234,12 +232,12 @@ TEST(ImageExport, GifKeepsPicturesOfFewColoursExactly) {
     // Five colours and transparency, over an odd size.
     const QRgb colors[] = {qRgb(255, 255, 255), qRgb(224, 27, 36), qRgb(0, 0, 0),
                            qRgb(53, 132, 228), qRgb(246, 211, 45)};
-    QImage picture(97, 61, QImage::Format_ARGB32);
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            picture.setPixel(x, y, (x + y) % 7 == 6 ? qRgba(9, 9, 9, 0) : colors[(x / 3 + y) % 5]);
-        }
-    }
+    const QImage picture = vellumix::testing::generate(
+        QSize(97, 61),
+        [&](int x, int y) {
+            return (x + y) % 7 == 6 ? qRgba(9, 9, 9, 0) : colors[(x / 3 + y) % 5];
+        },
+        QImage::Format_ARGB32);
     const Result<QByteArray> data = encodeImage(picture, ExportFormat::gif);
     ASSERT_TRUE(data);
     const Decoded gif = decode(*data);
@@ -268,14 +266,11 @@ TEST(ImageExport, GifCodesSurviveTableRestartsAtEveryPaletteSize) {
     std::mt19937 random(7);
     for (int colorCount : {2, 3, 16, 256}) {
         SCOPED_TRACE(colorCount);
-        QImage picture(331, 241, QImage::Format_RGB32);
         std::uniform_int_distribution<int> pick(0, colorCount - 1);
-        for (int y = 0; y < picture.height(); ++y) {
-            for (int x = 0; x < picture.width(); ++x) {
-                const int i = pick(random);
-                picture.setPixel(x, y, qRgb(i, 255 - i, (i * 7) & 255));
-            }
-        }
+        const QImage picture = vellumix::testing::generate(QSize(331, 241), [&](int, int) {
+            const int i = pick(random);
+            return qRgb(i, 255 - i, (i * 7) & 255);
+        });
         EXPECT_EQ(encodeAndDecode(picture, ExportFormat::gif).convertToFormat(QImage::Format_RGB32),
                   picture);
     }
@@ -287,12 +282,8 @@ TEST(ImageExport, GifCodesSurviveTableRestartsAtEveryPaletteSize) {
 
 TEST(ImageExport, GifDithersAGradientOfManyColoursWithinBounds) {
     // 16,384 colours: red across, green down, blue against red.
-    QImage gradient(256, 64, QImage::Format_RGB32);
-    for (int y = 0; y < 64; ++y) {
-        for (int x = 0; x < 256; ++x) {
-            gradient.setPixel(x, y, qRgb(x, y * 4, 255 - x));
-        }
-    }
+    const QImage gradient = vellumix::testing::generate(
+        QSize(256, 64), [](int x, int y) { return qRgb(x, y * 4, 255 - x); });
     const QImage back = encodeAndDecode(gradient, ExportFormat::gif);
     ASSERT_EQ(back.size(), gradient.size());
     QSet<QRgb> used;

@@ -26,8 +26,7 @@ xdotool mousemove $((T_X + 100)) $((T_Y + 100))
 for _ in $(seq 1 12); do xdotool click --repeat 10 4; done
 sleep 0.5
 
-"$APP" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app
 sleep 1.5
 
 # capture X0 Y0 X1 Y1 [s]: a drag from (X0,Y0) to (X1,Y1), S pressed during it when asked.

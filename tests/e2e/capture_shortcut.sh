@@ -11,8 +11,7 @@ start_xvfb 1280x800
 start_tray
 sleep 0.5
 
-"$APP" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app
 sleep 1.5
 
 expect_overlay() {

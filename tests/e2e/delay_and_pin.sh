@@ -14,8 +14,7 @@ start_xvfb 1280x800
 xsetroot -solid '#2040a0'
 xdotool mousemove 640 400
 
-"$APP" --capture --delay 3 >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app --capture --delay 3
 counter() { xdotool search --all --onlyvisible --pid "$APP_PID" --name '^Capture countdown$' 2>/dev/null || true; }
 for _ in $(seq 1 400); do [ -n "$(counter)" ] && break; sleep 0.05; done
 COUNTER=$(counter | head -1)

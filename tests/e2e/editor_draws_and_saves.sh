@@ -24,13 +24,8 @@ start_xvfb 1440x900
 drag_and_expect_capture() {
   drag_image 40 40 160 130
   sleep 1
-  local newest probed
-  newest=$(newest_bundle)
-  probed=$("$PROBE" "$newest/image.png" 5 5 10 10 10 45 | tr '\n' ' ')
-  case "$probed" in
-    "120x90 #ffffffff #e01b24ff #e01b24ff ") echo "PASS ($1): $probed" ;;
-    *) fail "$1: the picture is not the selected pixels: $probed" ;;
-  esac
+  expect_pixels "$1" "$(newest_bundle)/image.png" "120x90 #ffffffff #e01b24ff #e01b24ff" \
+    5 5 10 10 10 45
 }
 
 # The newest history bundle must hold exactly the drawn rectangle.
@@ -48,13 +43,9 @@ expect_saved_rectangle() {
 # Closed with Ctrl+W.
 open_and_draw "$WORK/shot.png"
 xdotool key ctrl+w
-for _ in $(seq 1 100); do
-  xdotool search --onlyvisible --pid "$APP_PID" --name '^Vellumix$' >/dev/null 2>&1 || break
-  sleep 0.05
-done
+wait_for_no_editor
 expect_saved_rectangle "closed with Ctrl+W"
-stop "$APP_PID"
-APP_PID=""
+stop_app
 
 # Ended by the session (SIGTERM), window still open: nothing is lost either.
 open_and_draw "$WORK/shot.png"
@@ -74,20 +65,12 @@ expect_saved_rectangle "quit with Ctrl+Q"
 # Copied with Ctrl+Shift+C (the window then closes): the app keeps serving the clipboard.
 open_and_draw "$WORK/shot.png"
 xdotool key ctrl+shift+c
-for _ in $(seq 1 100); do
-  xdotool search --onlyvisible --pid "$APP_PID" --name '^Vellumix$' >/dev/null 2>&1 || break
-  sleep 0.05
-done
+wait_for_no_editor
 timeout 10 xclip -selection clipboard -t image/png -o >"$WORK/pasted.png" ||
   fail "the clipboard holds no PNG"
-PROBED=$("$PROBE" "$WORK/pasted.png" 50 85 100 85 10 10 | tr '\n' ' ')
-case "$PROBED" in
-  "400x300 #e01b24ff #ffffffff #ffffffff ") echo "PASS (copied): $PROBED" ;;
-  *) fail "the pasted picture is not the annotated image: $PROBED" ;;
-esac
+expect_pixels copied "$WORK/pasted.png" "400x300 #e01b24ff #ffffffff #ffffffff" 50 85 100 85 10 10
 
-stop "$APP_PID"
-APP_PID=""
+stop_app
 
 # Captured with `vellumix --capture` (a second launch asks the running one): a drag over the
 # annotated picture from image pixel (40, 40) to (160, 130) gives a new editor whose image holds
@@ -103,8 +86,7 @@ drag_and_expect_capture "captured"
 
 # Captured through the tray: a click on the icon opens the status menu, whose first item is
 # "Capture"; the same drag must give the same pixels.
-stop "$APP_PID"
-APP_PID=""
+stop_app
 start_tray
 open_and_draw "$WORK/shot.png"
 open_status_menu
@@ -129,27 +111,18 @@ for _ in $(seq 1 100); do
 done
 [ "$WINDOWS_AFTER" -eq $((WINDOWS_BEFORE + 2)) ] ||
   fail "expected two more editor windows, found $WINDOWS_BEFORE then $WINDOWS_AFTER"
-NEWEST=$(newest_bundle)
-PROBED=$("$PROBE" "$NEWEST/image.png" 50 50 400 380 | tr '\n' ' ')
-case "$PROBED" in
-  "1190x1684 #ffffffff #0000ffff ") echo "PASS (handed over): $PROBED" ;;
-  *) fail "the PDF page did not open as expected: $PROBED" ;;
-esac
+expect_pixels "handed over" "$(newest_bundle)/image.png" "1190x1684 #ffffffff #0000ffff" \
+  50 50 400 380
 
 # Exported with Return, which runs the save button's default action, "Export to Desktop": the
 # PNG on the desktop holds the annotated picture, and the window closes after saving.
-stop "$APP_PID"
-APP_PID=""
+stop_app
 mkdir -p "$HOME/Desktop"
 open_and_draw "$WORK/shot.png"
 xdotool key Return
 EXPORTED=$(wait_for_export)
 [ -n "$EXPORTED" ] || fail "nothing was exported to the desktop"
-PROBED=$("$PROBE" "$EXPORTED" 50 85 100 85 10 10 | tr '\n' ' ')
-case "$PROBED" in
-  "400x300 #e01b24ff #ffffffff #ffffffff ") echo "PASS (exported): $PROBED" ;;
-  *) fail "the exported picture is not the annotated image: $PROBED" ;;
-esac
+expect_pixels exported "$EXPORTED" "400x300 #e01b24ff #ffffffff #ffffffff" 50 85 100 85 10 10
 
 # Redacted in the image-edit session, then exported: E opens the session, a click on "Redact"
 # (the first control of the second bar, at window point (38, 61)) starts the mode, a drag marks
@@ -168,8 +141,5 @@ sleep 0.5
 xdotool key Return
 EXPORTED=$(wait_for_export)
 [ -n "$EXPORTED" ] || fail "nothing was exported after redacting"
-PROBED=$("$PROBE" "$EXPORTED" 201 151 250 200 299 249 305 200 50 85 | tr '\n' ' ')
-case "$PROBED" in
-  "400x300 #000000ff #000000ff #000000ff #ffffffff #e01b24ff ") echo "PASS (redacted): $PROBED" ;;
-  *) fail "the exported picture is not redacted where it was marked: $PROBED" ;;
-esac
+expect_pixels redacted "$EXPORTED" "400x300 #000000ff #000000ff #000000ff #ffffffff #e01b24ff" \
+  201 151 250 200 299 249 305 200 50 85

@@ -42,8 +42,7 @@ expect_no_home() { # expect_no_home WHAT
   fail "$1: the home window is still shown"
 }
 
-"$APP" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app
 expect_home "no tray at start-up"
 grep -q 'No system tray is running' "$WORK/app.log" || fail "the log does not say why"
 [ -n "${SCREENSHOT_TO:-}" ] && "$PROBE" screen save "$SCREENSHOT_TO"
@@ -105,8 +104,5 @@ for _ in $(seq 1 50); do
   [ "$NEWEST" != "$STORE/2025-03-07-090500.vellumix" ] && [ -f "$NEWEST/image.png" ] && break
   sleep 0.1
 done
-PROBED=$("$PROBE" "$NEWEST/image.png" 10 10 140 65 270 120 | tr '\n' ' ')
-case "$PROBED" in
-  "280x130 #000000ff #000000ff #000000ff ") echo "PASS (capture): the desktop behind it: $PROBED" ;;
-  *) fail "the capture holds the home window or is not the dragged area: $PROBED" ;;
-esac
+expect_pixels "capture of the desktop behind it" "$NEWEST/image.png" \
+  "280x130 #000000ff #000000ff #000000ff" 10 10 140 65 270 120

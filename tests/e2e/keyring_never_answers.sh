@@ -20,8 +20,7 @@ read -r _ <&3 || fail "the stand-in Secret Service did not start"
 trap 'stop "$SILENT_PID"; cleanup' EXIT
 
 START=$(date +%s%N)
-"$APP" "$WORK/shot.png" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app "$WORK/shot.png"
 timeout 20 xdotool search --sync --onlyvisible --pid "$APP_PID" --name '^Vellumix$' >/dev/null ||
   fail "no editor window appeared"
 MS=$((($(date +%s%N) - START) / 1000000))

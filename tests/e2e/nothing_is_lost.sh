@@ -43,16 +43,12 @@ open_editor "$BUNDLE"
 xdotool key Return
 EXPORTED=$(wait_for_export)
 [ -n "$EXPORTED" ] || fail "the reopened entry exported nothing"
-PROBED=$("$PROBE" "$EXPORTED" 50 85 100 85 | tr '\n' ' ')
-[ "$PROBED" = "400x300 #e01b24ff #ffffffff " ] || fail "the reopened entry lost the rectangle: $PROBED"
-echo "PASS (killed with SIGKILL): $PROBED"
-stop "$APP_PID"
-APP_PID=""
+expect_pixels "killed with SIGKILL" "$EXPORTED" "400x300 #e01b24ff #ffffffff" 50 85 100 85
+stop_app
 
 # Four pictures in one launch: four windows, four bundles, each with its own picture.
 BEFORE=$(ls -1d "$XDG_DATA_HOME"/Vellumix/*.vellumix | wc -l)
-"$APP" "$WORK/shot.png" "$WORK/more1.png" "$WORK/more2.png" "$WORK/more3.png" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app "$WORK/shot.png" "$WORK/more1.png" "$WORK/more2.png" "$WORK/more3.png"
 [ "$(wait_for_windows 4)" -eq 4 ] || fail "four pictures did not open four windows"
 AFTER=$(ls -1d "$XDG_DATA_HOME"/Vellumix/*.vellumix | wc -l)
 [ $((AFTER - BEFORE)) -eq 4 ] || fail "four pictures made $((AFTER - BEFORE)) bundles"
@@ -60,8 +56,7 @@ SIZES=$(for b in $(bundles_by_creation | tail -4); do
   "$PROBE" "$b/image.png"; done | sort | tr '\n' ' ')
 [ "$SIZES" = "101x80 102x80 103x80 400x300 " ] || fail "the four bundles hold $SIZES"
 echo "PASS (four at once): $SIZES"
-stop "$APP_PID"
-APP_PID=""
+stop_app
 
 # Turned in the image-edit session and closed without Apply: the entry is as it was. Then,
 # as a check that the click turned it, turned again and applied with Return: it is turned.
@@ -79,21 +74,16 @@ rotate_in_session
 sleep 1 # the continuous save runs meanwhile
 xdotool key ctrl+w
 timeout 10 tail --pid="$APP_PID" -f /dev/null 2>/dev/null || true
-stop "$APP_PID"
-APP_PID=""
-PROBED=$("$PROBE" "$BUNDLE/image.png" | tr '\n' ' ')
-[ "$PROBED" = "400x300 " ] || fail "an unapplied turn reached the bundle: $PROBED"
+stop_app
+expect_pixels "unapplied turn" "$BUNDLE/image.png" 400x300
 grep -q "$RECTANGLE" "$BUNDLE/annotations.json" ||
   fail "an unapplied turn moved the rectangle: $(cat "$BUNDLE/annotations.json")"
 open_editor "$BUNDLE"
 rotate_in_session
 xdotool key Return
 sleep 1.5
-PROBED=$("$PROBE" "$BUNDLE/image.png" | tr '\n' ' ')
-[ "$PROBED" = "300x400 " ] || fail "the turn applied with Return did not reach the bundle: $PROBED"
-echo "PASS (unapplied turn not kept, applied turn kept)"
-stop "$APP_PID"
-APP_PID=""
+expect_pixels "applied turn" "$BUNDLE/image.png" 300x400
+stop_app
 
 # A project whose annotations.json links to a file elsewhere: opened, drawn on, closed; the
 # file elsewhere keeps its bytes and the link stays a link.

@@ -35,8 +35,7 @@ check() { # check WHAT: no unnamed control, nothing focusable without a role
   echo "PASS ($1): every control has a name and a role"
 }
 
-"$APP" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app
 "$A11Y" wait "Settings…"
 check "home window"
 "$A11Y" press "Settings…"

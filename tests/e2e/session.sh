@@ -32,7 +32,30 @@ cleanup() {
   exit "$status"
 }
 trap cleanup EXIT
+stop_app() { stop "$APP_PID"; APP_PID=""; }
+# start_app ARGS...: the app in the background, its output in app.log.
+start_app() {
+  "$APP" "$@" >"$WORK/app.log" 2>&1 &
+  APP_PID=$!
+}
 fail() { echo "FAIL: $*" >&2; [ -f "$WORK/app.log" ] && sed 's/^/  app: /' "$WORK/app.log" >&2; exit 1; }
+
+# expect_pixels WHAT FILE EXPECTED [X Y]...: $PROBE's reading of FILE (its size, then the colour at
+# each point) must be exactly EXPECTED, given space-separated.
+expect_pixels() {
+  local what=$1 file=$2 expected=$3 got
+  shift 3
+  got=$("$PROBE" "$file" "$@" | tr '\n' ' ')
+  [ "$got" = "$expected " ] || fail "$what: $file reads $got, not $expected"
+  echo "PASS ($what): $got"
+}
+# wait_for_no_editor: until the app shows no editor window (5 s at most).
+wait_for_no_editor() {
+  for _ in $(seq 1 100); do
+    xdotool search --onlyvisible --pid "$APP_PID" --name '^Vellumix$' >/dev/null 2>&1 || return 0
+    sleep 0.05
+  done
+}
 
 export HOME=$WORK XDG_DATA_HOME=$WORK/data XDG_CONFIG_HOME=$WORK/config XDG_CACHE_HOME=$WORK/cache
 export XDG_RUNTIME_DIR=$WORK/run QT_QPA_PLATFORM=xcb OMP_THREAD_LIMIT=1
@@ -106,8 +129,7 @@ wait_for_sni_item() {
 # open_editor ARGS...: launches the app with ARGS and waits for its editor window to appear and
 # take the focus; WINDOW, X, Y, WIDTH and HEIGHT describe it afterwards.
 open_editor() {
-  "$APP" "$@" >"$WORK/app.log" 2>&1 &
-  APP_PID=$!
+  start_app "$@"
   WINDOW=$(timeout 20 xdotool search --sync --onlyvisible --pid "$APP_PID" --name '^Vellumix$' |
     head -1) || fail "no editor window appeared"
   # Typing goes to the focused window: a loaded machine can take a while to map and focus it.

@@ -40,8 +40,7 @@ printf '{"externalBundles":["%s"]}' "$WORK/Project one.vellumix" \
   >"$XDG_CONFIG_HOME/Vellumix/defaults.json"
 
 start_sni_panel
-"$APP" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app
 wait_for_sni_item
 grep -q 'Tray: StatusNotifierItem' "$WORK/app.log" || fail "the icon is not a StatusNotifierItem"
 

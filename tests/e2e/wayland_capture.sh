@@ -95,8 +95,7 @@ rm -f /tmp/out.png
 # A picture to capture from, in an editor window: 400 × 300, each pixel its own colour.
 export QT_QPA_PLATFORM=wayland
 "$PROBE" gradient "$WORK/shot.png" 400 300
-"$APP" "$WORK/shot.png" >"$WORK/app.log" 2>&1 &
-APP_PID=$!
+start_app "$WORK/shot.png"
 # sway's window tree holds a line (read whole: grep -q would end swaymsg early, and fail it).
 in_tree() { local tree; tree=$(swaymsg -t get_tree) && grep -q "$1" <<<"$tree"; }
 for _ in $(seq 1 100); do

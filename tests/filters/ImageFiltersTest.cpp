@@ -1,5 +1,7 @@
 #include "filters/ImageFilters.h"
 
+#include "support/Pictures.h"
+
 #include <QPainter>
 #include <QPainterPath>
 
@@ -9,26 +11,9 @@
 
 using namespace vellumix;
 using namespace vellumix::filters;
+using namespace vellumix::testing;
 
 namespace {
-
-QImage filled(QSize size, QRgb colour, QImage::Format format = QImage::Format_RGB32) {
-    QImage image(size, format);
-    image.fill(colour);
-    return image;
-}
-
-// Every pixel from colourAt(x, y).
-template <typename ColourAt>
-QImage generate(QSize size, ColourAt colourAt, QImage::Format format = QImage::Format_RGB32) {
-    QImage image(size, format);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
-            image.setPixel(x, y, colourAt(x, y));
-        }
-    }
-    return image;
-}
 
 // Left part (x < split) in one colour, the rest in another.
 QImage halves(QSize size, int split, QRgb left, QRgb right,

@@ -1,6 +1,7 @@
 #include "imaging/ImageOperations.h"
 
 #include "model/GeometryTestSupport.h"
+#include "support/Pictures.h"
 
 #include <QPainter>
 
@@ -18,22 +19,11 @@ constexpr QRgb blue = 0xff0000ff;
 constexpr QRgb white = 0xffffffff;
 constexpr QRgb grey = 0xff808080;
 
-QImage filled(int w, int h, QRgb colour, QImage::Format format = QImage::Format_RGB32) {
-    QImage image(w, h, format);
-    image.fill(colour);
-    return image;
-}
-
 // A picture in which every pixel differs from its neighbours, so any misplaced row or column
 // shows.
 QImage patterned(int w, int h) {
-    QImage image(w, h, QImage::Format_RGB32);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) {
-            image.setPixel(x, y, qRgb(x % 251, y % 241, (x * 7 + y * 13) % 256));
-        }
-    }
-    return image;
+    return generate(QSize(w, h),
+                    [](int x, int y) { return qRgb(x % 251, y % 241, (x * 7 + y * 13) % 256); });
 }
 
 QImage premultiplied(const QImage& image) {

@@ -1,5 +1,7 @@
 #include "imaging/Redaction.h"
 
+#include "support/Pictures.h"
+
 #include <QColor>
 
 #include <algorithm>
@@ -10,6 +12,7 @@
 
 using namespace vellumix;
 using namespace vellumix::imageops;
+using namespace vellumix::testing;
 
 namespace {
 
@@ -18,23 +21,11 @@ constexpr QRgb black = 0xff000000;
 constexpr double inf = std::numeric_limits<double>::infinity();
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-QImage filled(int w, int h, QRgb colour, QImage::Format format = QImage::Format_RGB32) {
-    QImage image(w, h, format);
-    image.fill(colour);
-    return image;
-}
-
 // Every pixel differs from its neighbours, so a pixel changed or left alone by mistake shows.
 QImage patterned(int w, int h) {
-    QImage image(w, h, QImage::Format_RGB32);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) {
-            image.setPixel(
-                x, y,
-                qRgb((x * 37 + y * 11) % 256, (x * 5 + y * 71) % 256, (x * 13 + y * 29) % 256));
-        }
-    }
-    return image;
+    return generate(QSize(w, h), [](int x, int y) {
+        return qRgb((x * 37 + y * 11) % 256, (x * 5 + y * 71) % 256, (x * 13 + y * 29) % 256);
+    });
 }
 
 // Pixels of `after` inside `area` that differ from `before`, and whether any outside does.
