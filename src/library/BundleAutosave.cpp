@@ -111,12 +111,17 @@ void BundleAutosave::previewSoon() {
 }
 
 void BundleAutosave::enqueue(std::function<void(Worker&)> job) {
+    // A job's state holds its closure until the state goes, and each closure holds the job
+    // before it: both are let go once used, or a window would keep every snapshot it ever
+    // saved (each picture it was edited through) until it closes.
     m_last = std::async(std::launch::async, [previous = m_last, worker = m_worker,
-                                             job = std::move(job)] {
+                                             job = std::move(job)]() mutable {
                  if (previous.valid()) {
                      previous.wait();
                  }
+                 previous = {};
                  job(*worker);
+                 job = nullptr;
              }).share();
 }
 

@@ -69,6 +69,14 @@ TEST_F(BundleAutosaveTest, ChangesReachTheBundleWithoutAClose) {
     // The thumbnail follows later.
     EXPECT_TRUE(
         eventually([&] { return QImage(path + "/thumbnail.png").pixel(1, 1) == qRgb(0, 0, 255); }));
+
+    // Written snapshots are let go: a window keeps no picture it has been edited through.
+    const QImage earlier = state.image;
+    state.image = picture(80, 50, Qt::green);
+    autosave->changed();
+    EXPECT_TRUE(
+        eventually([&] { return QImage(path + "/thumbnail.png").pixel(1, 1) == qRgb(0, 255, 0); }));
+    EXPECT_TRUE(eventually([&] { return earlier.isDetached(); }));
 }
 
 TEST_F(BundleAutosaveTest, AnUnappliedImageEditIsNeverWritten) {
@@ -119,7 +127,8 @@ TEST_F(BundleAutosaveTest, ANewBundleIsWrittenWholeBeforeAnyOtherSave) {
     const QString fresh = dir.filePath("new.vellumix");
     ASSERT_TRUE(QDir().mkdir(fresh));
     state.annotations = {box(30)};
-    BundleAutosave writer(fresh, services, [this] { return state; }, QImage());
+    BundleAutosave writer(
+        fresh, services, [this] { return state; }, QImage());
     writer.writeWhole();
     ASSERT_TRUE(writer.flush());
     EXPECT_TRUE(bundle::isBundle(fresh));
