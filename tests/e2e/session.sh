@@ -67,7 +67,9 @@ mkdir -p -m 700 "$XDG_RUNTIME_DIR"
 # once it accepts clients, which on a loaded machine can take seconds.
 start_xvfb() {
   SCREEN_WIDTH=${1%x*} SCREEN_HEIGHT=${1#*x}
-  Xvfb -displayfd 3 -screen 0 "${1}x24" -nolisten tcp 3>"$WORK/display" >/dev/null 2>&1 &
+  # -noreset: scripts stop and restart the app, and a server resetting as its last client left
+  # could refuse the next one.
+  Xvfb -displayfd 3 -noreset -screen 0 "${1}x24" -nolisten tcp 3>"$WORK/display" >/dev/null 2>&1 &
   XVFB_PID=$!
   for _ in $(seq 1 400); do [ -s "$WORK/display" ] && break; sleep 0.05; done
   DISPLAY_NUMBER=$(head -1 "$WORK/display")
