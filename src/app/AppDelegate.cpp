@@ -25,10 +25,6 @@ namespace vellumix {
 
 namespace {
 
-void say(const char* line) {
-    console::say(QString::fromUtf8(line));
-}
-
 // How long the home window's capture waits for the window to be gone from the screen: the
 // windows it covered must repaint before the screen is read.
 constexpr int hideBeforeCaptureMs = 300;
@@ -64,8 +60,8 @@ void AppDelegate::applicationDidFinishLaunching(bool showHomeWithoutTray) {
     if (QSystemTrayIcon::isSystemTrayAvailable()) {
         return;
     }
-    say("No system tray is running: the home window stands in for the tray icon; launch "
-        "vellumix again to bring it back.");
+    console::say(QStringLiteral("No system tray is running: the home window stands in for the "
+                                "tray icon; launch vellumix again to bring it back."));
     if (showHomeWithoutTray) {
         showHomeWindow();
     }

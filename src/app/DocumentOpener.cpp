@@ -17,10 +17,6 @@ namespace vellumix {
 
 namespace {
 
-void say(const QString& line) {
-    console::say(line);
-}
-
 bool isInside(const QString& path, const QString& folder) {
     const QString parent = QFileInfo(QFileInfo(path).absolutePath()).canonicalFilePath();
     return !parent.isEmpty() && parent == QFileInfo(folder).canonicalFilePath();
@@ -70,11 +66,12 @@ bool DocumentOpener::openPath(const QString& path) {
 bool DocumentOpener::openPath(const QString& path, int pdfPage) {
     const InputFile input = classifyInput(path);
     if (input.kind == InputKind::none) {
-        say(QStringLiteral("Cannot open %1: not an image, PDF or project bundle").arg(path));
+        console::say(
+            QStringLiteral("Cannot open %1: not an image, PDF or project bundle").arg(path));
         return false;
     }
     if (!openInput(input, pdfPage)) {
-        say(QStringLiteral("Cannot open %1: it does not decode").arg(path));
+        console::say(QStringLiteral("Cannot open %1: it does not decode").arg(path));
         return false;
     }
     return true;

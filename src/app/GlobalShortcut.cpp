@@ -33,10 +33,6 @@ std::uint32_t flagsFromX11(std::uint16_t mask) {
     return flags;
 }
 
-void logLine(const QString& line) {
-    console::say(line);
-}
-
 } // namespace
 
 QString portalTrigger(std::uint32_t code, std::uint32_t flags) {
@@ -144,7 +140,7 @@ void GlobalShortcut::refreshX11() {
         QStringLiteral("Capture shortcut %1: the key grab was refused (another program holds it)")
             .arg(taken.join(QStringLiteral(", ")));
     if (line != m_lastLogged) {
-        logLine(line);
+        console::say(line);
         m_lastLogged = line;
     }
 }
@@ -160,20 +156,21 @@ void GlobalShortcut::refreshPortal() {
     m_portalStarted = true;
     m_portal->onActivated = [this] { QTimer::singleShot(0, [capture = m_capture] { capture(); }); };
     m_portal->onBound = [](const QString& trigger) {
-        logLine(QStringLiteral("Capture shortcut bound through the GlobalShortcuts portal: %1")
-                    .arg(trigger.isEmpty() ? QStringLiteral("(no keys yet)") : trigger));
+        console::say(QStringLiteral("Capture shortcut bound through the GlobalShortcuts portal: %1")
+                         .arg(trigger.isEmpty() ? QStringLiteral("(no keys yet)") : trigger));
     };
     m_portal->onUnavailable = [this] {
         m_problem = QStringLiteral(
             "This desktop does not let applications set global shortcuts. To capture with a "
             "key, bind the command \"vellumix --capture\" in the desktop's keyboard settings.");
-        logLine(QStringLiteral("No GlobalShortcuts portal: the capture shortcut is left to the "
-                               "desktop's keyboard settings (vellumix --capture)"));
+        console::say(
+            QStringLiteral("No GlobalShortcuts portal: the capture shortcut is left to the "
+                           "desktop's keyboard settings (vellumix --capture)"));
     };
     m_portal->onProblem = [this](const QString& reason) {
         m_problem =
             QStringLiteral("The desktop did not accept the capture shortcut: %1.").arg(reason);
-        logLine(QStringLiteral("GlobalShortcuts portal: %1").arg(reason));
+        console::say(QStringLiteral("GlobalShortcuts portal: %1").arg(reason));
     };
     m_portal->start(portalTrigger(m_settings.captureKeyCode(), m_settings.captureModifierFlags()));
 }

@@ -16,6 +16,21 @@ bool intersectsClosed(const QRectF& a, const QRectF& b) {
            y.top() <= x.bottom();
 }
 
+// The nearest unselected annotation past the selection's top (`up`) or bottom whose bounds meet
+// `bounds`: the one a step forward or backward passes.
+std::optional<int> overlappingNeighbour(const AnnotationList& list, const std::set<int>& selection,
+                                        const QRectF& bounds, bool up) {
+    const int step = up ? 1 : -1;
+    for (int j = (up ? *selection.rbegin() : *selection.begin()) + step;
+         j >= 0 && j < static_cast<int>(list.size()); j += step) {
+        if (!selection.count(j) &&
+            intersectsClosed(geometry::bounds(list[static_cast<size_t>(j)]), bounds)) {
+            return j;
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 // Shift-click adds or removes the annotation under the pointer; clicking the same stack again
@@ -234,32 +249,12 @@ void CanvasDocument::selectMouseUp() {
 
 bool CanvasDocument::canBringForward() const {
     const auto bounds = selectionBounds();
-    if (!bounds) {
-        return false;
-    }
-    const int top = *m_selected.rbegin();
-    for (int j = top + 1; j < static_cast<int>(m_annotations.size()); ++j) {
-        if (!m_selected.count(j) &&
-            intersectsClosed(geometry::bounds(m_annotations[static_cast<size_t>(j)]), *bounds)) {
-            return true;
-        }
-    }
-    return false;
+    return bounds && overlappingNeighbour(m_annotations, m_selected, *bounds, true);
 }
 
 bool CanvasDocument::canSendBackward() const {
     const auto bounds = selectionBounds();
-    if (!bounds) {
-        return false;
-    }
-    const int bottom = *m_selected.begin();
-    for (int j = bottom - 1; j >= 0; --j) {
-        if (!m_selected.count(j) &&
-            intersectsClosed(geometry::bounds(m_annotations[static_cast<size_t>(j)]), *bounds)) {
-            return true;
-        }
-    }
-    return false;
+    return bounds && overlappingNeighbour(m_annotations, m_selected, *bounds, false);
 }
 
 void CanvasDocument::moveSelectionInOrder(bool up, bool toEnd) {
@@ -284,24 +279,8 @@ void CanvasDocument::moveSelectionInOrder(bool up, bool toEnd) {
             selection.insert(first + i);
         }
     } else {
-        const auto bounds = selectionBounds();
-        // The nearest unselected annotation past the selection's edge that overlaps it.
-        std::optional<int> target;
-        if (up) {
-            for (int j = *selection.rbegin() + 1; j < count && !target; ++j) {
-                if (!selection.count(j) &&
-                    intersectsClosed(geometry::bounds(list[static_cast<size_t>(j)]), *bounds)) {
-                    target = j;
-                }
-            }
-        } else {
-            for (int j = *selection.begin() - 1; j >= 0 && !target; --j) {
-                if (!selection.count(j) &&
-                    intersectsClosed(geometry::bounds(list[static_cast<size_t>(j)]), *bounds)) {
-                    target = j;
-                }
-            }
-        }
+        const std::optional<int> target =
+            overlappingNeighbour(list, selection, *selectionBounds(), up);
         if (!target) {
             return;
         }

@@ -66,6 +66,28 @@ struct Adjustment {
     double vibrance = 0;
 };
 
+// Vibrance from the chroma of the coloured samples once the tone table is applied: dull colours
+// get more, vivid ones none.
+double vibranceAfter(const QImage& work, const std::array<uchar, 256>& tone, long long count) {
+    long long coloured = 0;
+    long long chromaSum = 0;
+    forSamples(work, [&](int r, int g, int b, bool) {
+        r = tone[r];
+        g = tone[g];
+        b = tone[b];
+        const int chroma = std::max({r, g, b}) - std::min({r, g, b});
+        if (chroma >= kColouredChroma) {
+            ++coloured;
+            chromaSum += chroma;
+        }
+    });
+    if (coloured == 0 || coloured < count * kMinColouredShare) {
+        return 0;
+    }
+    const double meanChroma = chromaSum / (255.0 * coloured);
+    return kMaxVibrance * std::clamp((kVividChroma - meanChroma) / kChromaSpan, 0.0, 1.0);
+}
+
 std::optional<Adjustment> computeAdjustment(const QImage& work) {
     std::array<long long, 256> histogram{};
     long long count = 0;
@@ -126,25 +148,9 @@ std::optional<Adjustment> computeAdjustment(const QImage& work) {
         largestMove = std::max(largestMove, std::abs(out - v));
     }
 
-    // 3. Vibrance from the chroma of the coloured samples after the tone table (photos only).
-    long long coloured = 0;
-    long long chromaSum = 0;
+    // 3. Vibrance (photos only).
     if (!graphic) {
-        forSamples(work, [&](int r, int g, int b, bool) {
-            r = adjustment.tone[r];
-            g = adjustment.tone[g];
-            b = adjustment.tone[b];
-            const int chroma = std::max({r, g, b}) - std::min({r, g, b});
-            if (chroma >= kColouredChroma) {
-                ++coloured;
-                chromaSum += chroma;
-            }
-        });
-    }
-    if (coloured > 0 && coloured >= count * kMinColouredShare) {
-        const double meanChroma = chromaSum / (255.0 * coloured);
-        adjustment.vibrance =
-            kMaxVibrance * std::clamp((kVividChroma - meanChroma) / kChromaSpan, 0.0, 1.0);
+        adjustment.vibrance = vibranceAfter(work, adjustment.tone, count);
     }
 
     if (largestMove <= kNegligibleLevels && adjustment.vibrance < kNegligibleVibrance) {
