@@ -121,6 +121,7 @@ InputFile classifyInput(const QString& path) {
     }
     QImageReader reader(input.path);
     reader.setDecideFormatFromContent(true);
+    nameFormatFromSignature(reader);
     if (reader.canRead()) {
         input.kind = InputKind::image;
         input.sourceFormat = QString::fromLatin1(reader.format()).toLower();

@@ -5,6 +5,7 @@
 #include "editor/EditorModel.h"
 #include "imaging/OpeningRules.h"
 #include "library/DefaultsStore.h"
+#include "model/ImageCodec.h"
 #include "library/Settings.h"
 #include "support/Eventually.h"
 #include "support/HeicFixture.h"
@@ -94,6 +95,13 @@ TEST(OpeningRules, FilesAreClassifiedByContentNotByName) {
     const InputFile heic = classifyInput(dir.filePath("holiday.jpg"));
     EXPECT_EQ(heic.kind, InputKind::image);
     EXPECT_EQ(heic.sourceFormat, QStringLiteral("heic"));
+    // Named from their first bytes, under a name that says nothing.
+    for (const char* format : {"bmp", "tiff", "webp"}) {
+        const QString path = dir.filePath(QStringLiteral("picture-%1.bin").arg(format));
+        ASSERT_TRUE(filled(8, 8, Qt::red).save(path, format)) << format;
+        EXPECT_EQ(classifyInput(path).sourceFormat, QString::fromLatin1(format));
+        EXPECT_EQ(readImageFile(path).size(), QSize(8, 8)) << format;
+    }
 
     EXPECT_EQ(classifyInput(dir.filePath("notes.png")).kind, InputKind::none);
     EXPECT_EQ(classifyInput(dir.filePath("empty.png")).kind, InputKind::none);
