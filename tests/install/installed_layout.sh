@@ -21,7 +21,6 @@ expected=(
   "$LIBDIR/vellumix/libvellumix-imaging.so"
   "$LIBDIR/vellumix/libvellumix-vision.so"
   "$LIBDIR/vellumix/libvellumix-codecs.so"
-  "$LIBDIR/vellumix/libvellumix-gio.so"
   share/applications/vellumix.desktop
   share/mime/packages/vellumix.xml
   share/metainfo/app.vellumix.Vellumix.metainfo.xml
