@@ -1,5 +1,7 @@
 #include "IdleMemory.h"
 
+#include "editor/EditorWindowController.h"
+
 #include <QPixmapCache>
 
 #include <malloc.h>
@@ -18,6 +20,7 @@ void IdleMemory::releaseSoon() {
 
 void IdleMemory::releaseNow() {
     QPixmapCache::clear();
+    forgetEditorIcons();
     // Every arena, the worker threads' included: their freed pages go back with madvise.
     malloc_trim(0);
 }

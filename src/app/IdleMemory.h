@@ -17,7 +17,7 @@ public:
     void releaseSoon();
     /// Something is open again: nothing to release.
     void cancel() { m_timer.stop(); }
-    /// Clears the pixmap cache and returns the allocator's free pages to the system.
+    /// Clears the pixmap cache and the editor icons, and returns the allocator's free pages to the system.
     static void releaseNow();
     /// Once, before anything allocates much: pictures get their own mappings, so freeing one
     /// returns it at once, and worker threads' arenas shrink as they free.

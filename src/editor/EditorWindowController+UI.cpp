@@ -186,11 +186,24 @@ void selectIndex(QComboBox* box, int index) {
 
 } // namespace
 
-QIcon editorIcon(const QString& name, const QColor& color) {
-    // Every window shows the same few dozen icons: each is drawn once per colour and shared.
-    // Drawn per window, every SVG render also stayed in the pixmap cache under a new key, so a
-    // day of windows grew the tray process. Never freed: the process's icons, for its lifetime.
+namespace {
+
+// Every window shows the same few dozen icons: each is drawn once per colour and shared while
+// windows are open (about 1.3 MB of pixmaps). Drawn per window, every SVG render also stayed in
+// the pixmap cache under a new key, so a day of windows grew the tray process.
+QHash<QString, QIcon>& drawnIcons() {
     static auto* const drawn = new QHash<QString, QIcon>;
+    return *drawn;
+}
+
+} // namespace
+
+void forgetEditorIcons() {
+    drawnIcons().clear();
+}
+
+QIcon editorIcon(const QString& name, const QColor& color) {
+    QHash<QString, QIcon>* const drawn = &drawnIcons();
     const QString key = name + QLatin1Char('/') + color.name(QColor::HexArgb);
     if (const auto found = drawn->constFind(key); found != drawn->cend()) {
         return *found;

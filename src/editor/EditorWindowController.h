@@ -320,5 +320,7 @@ private:
 
 /// An icon of the app's editor set, drawn in `color` (the SVGs are monochrome masks).
 QIcon editorIcon(const QString& name, const QColor& color);
+/// Lets go of the shared icons once no window shows them; the next window draws them again.
+void forgetEditorIcons();
 
 } // namespace vellumix
