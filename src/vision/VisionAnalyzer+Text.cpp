@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <malloc.h>
 #include <mutex>
 #include <opencv2/imgproc.hpp>
 #include <optional>
@@ -27,6 +29,8 @@ constexpr const char* kDefaultTessdata = "/usr/share/tesseract-ocr/5/tessdata";
 // One engine per core, up to this many: each holds about 15 MB, and a screenful cut into more
 // bands than this gains little over the rows their overlaps read twice.
 constexpr int kMaximumEngines = 8;
+// How long an engine waits for work before it ends and frees its models.
+constexpr std::chrono::seconds kEngineIdleLifetime{20};
 // Bands per engine: more than one evens out bands of unequal text, at the cost of the overlaps
 // read twice.
 constexpr int kBandsPerEngine = 2;
@@ -170,17 +174,24 @@ struct Job {
     int band = 0;
 };
 
-// One Tesseract engine per core, each on its own thread for the life of the process: an engine
-// takes 100–200 ms to initialise, and one engine must never be used by two threads at once.
+// One Tesseract engine per core, each on its own thread: an engine takes 100–200 ms to
+// initialise, and one engine must never be used by two threads at once. An engine left without
+// work for `kEngineIdleLifetime` ends and gives its models back (several MB each), so a tray
+// process that read text once does not keep them all day; the next picture starts them again.
 class Engines {
 public:
     static Engines& shared() {
-        // Never destroyed: its threads wait for work until the process ends.
+        // Never destroyed: its threads may be waiting for work when the process ends.
         static Engines* engines = new Engines;
         return *engines;
     }
 
-    int count() const { return int(m_threads.size()); }
+    int count() const { return m_count; }
+
+    void start() {
+        std::lock_guard lock(m_mutex);
+        startMissing();
+    }
 
     void submit(const std::shared_ptr<TextRecognition::Batch>& batch) {
         {
@@ -188,6 +199,7 @@ public:
             for (int i = 0; i < int(batch->bands.size()); ++i) {
                 m_jobs.push_back({batch, i});
             }
+            startMissing();
         }
         m_wake.notify_all();
     }
@@ -197,14 +209,17 @@ private:
         : m_datapath(tessdataPath().toStdString())
         , m_languages(tesseractLanguages(installedLanguages(tessdataPath()),
                                          QLocale::system().uiLanguages())
-                          .toStdString()) {
+                          .toStdString())
+        , m_count(std::clamp(QThread::idealThreadCount(), 1, kMaximumEngines)) {
         // A global setting: made once, before any engine runs. Tesseract's messages ("Empty
         // page!!") are of no use to a desktop user.
         tesseract::TessBaseAPI().SetVariable("debug_file", "/dev/null");
-        const int cores = std::clamp(QThread::idealThreadCount(), 1, kMaximumEngines);
-        for (int i = 0; i < cores; ++i) {
-            m_threads.emplace_back([this] { run(); });
-            m_threads.back().detach();
+    }
+
+    // Under m_mutex.
+    void startMissing() {
+        for (; m_running < m_count; ++m_running) {
+            std::thread([this] { run(); }).detach();
         }
     }
 
@@ -212,26 +227,42 @@ private:
         // Tesseract's own OpenMP threads would compete with the engines for the same cores. The
         // setting belongs to the calling thread's OpenMP context, so each engine's thread makes it.
         disableOpenMpParallelism();
-        tesseract::TessBaseAPI api;
-        const bool ready = !m_languages.empty() && api.Init(m_datapath.c_str(), m_languages.c_str(),
-                                                            tesseract::OEM_LSTM_ONLY) == 0;
-        if (ready) {
-            // Interface text stands in scattered chunks, not in columns of paragraphs.
-            api.SetPageSegMode(tesseract::PSM_SPARSE_TEXT);
-        } else {
-            static std::once_flag reported;
-            std::call_once(reported, [this] {
-                console::say(
-                    QStringLiteral("Text recognition unavailable: no model for \"%1\" in %2")
-                        .arg(QString::fromStdString(m_languages),
-                             QString::fromStdString(m_datapath)));
-            });
+        {
+            tesseract::TessBaseAPI api;
+            const bool ready =
+                !m_languages.empty() &&
+                api.Init(m_datapath.c_str(), m_languages.c_str(), tesseract::OEM_LSTM_ONLY) == 0;
+            if (ready) {
+                // Interface text stands in scattered chunks, not in columns of paragraphs.
+                api.SetPageSegMode(tesseract::PSM_SPARSE_TEXT);
+            } else {
+                reportMissingModel();
+            }
+            serve(api, ready);
         }
+        malloc_trim(0); // the engine's models, freed in this thread's arena
+    }
+
+    void reportMissingModel() {
+        static std::once_flag reported;
+        std::call_once(reported, [this] {
+            console::say(
+                QStringLiteral("Text recognition unavailable: no model for \"%1\" in %2")
+                    .arg(QString::fromStdString(m_languages), QString::fromStdString(m_datapath)));
+        });
+    }
+
+    // Reads bands until none has come for kEngineIdleLifetime.
+    void serve(tesseract::TessBaseAPI& api, bool ready) {
         for (;;) {
             Job job;
             {
                 std::unique_lock lock(m_mutex);
-                m_wake.wait(lock, [this] { return !m_jobs.empty(); });
+                if (!m_wake.wait_for(lock, kEngineIdleLifetime,
+                                     [this] { return !m_jobs.empty(); })) {
+                    --m_running;
+                    return;
+                }
                 job = std::move(m_jobs.front());
                 m_jobs.pop_front();
             }
@@ -322,7 +353,8 @@ private:
 
     std::string m_datapath;
     std::string m_languages;
-    std::vector<std::thread> m_threads;
+    const int m_count;
+    int m_running = 0; // engines started and not yet ended, under m_mutex
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::deque<Job> m_jobs;
@@ -331,7 +363,7 @@ private:
 } // namespace
 
 void startTextEngines() {
-    Engines::shared();
+    Engines::shared().start();
 }
 
 // --- The picture -----------------------------------------------------------------------------
