@@ -2,8 +2,8 @@
 # On demand: the tray process's memory through a day's use. The real app runs on its own Xvfb;
 # CYCLES times (default 200) a 1920 × 1080 picture is opened in it (handed over by a second
 # launch, as from a file manager), a rectangle drawn, and the window closed with Ctrl+W.
-# Prints RSS (KiB) at start, after cycle 50, at the peak, after the last cycle, and 5 s after
-# the last window closed, plus the median time from hand-over to the editor mapped.
+# Prints RSS (KiB) at start, 5 s after cycle 50, at the peak, after the last cycle, and 5 s
+# after the last window closed, plus the median time from hand-over to the editor mapped.
 # usage: bench/tray_memory.sh build/bin/vellumix build/bin/pixel_probe [CYCLES]
 set -euo pipefail
 APP=$(realpath "$1")
@@ -62,12 +62,17 @@ for i in $(seq 1 "$CYCLES"); do
   [ -z "$(editors)" ] || fail "cycle $i: an editor window stayed open"
   now=$(rss)
   [ "$now" -gt "$PEAK" ] && PEAK=$now
-  [ "$i" -eq 50 ] && AT50=$now
+  if [ "$i" -eq 50 ]; then
+    # Measured as at the end, 5 s after the window closed, so the two compare.
+    sleep 5
+    AT50=$(rss)
+    [ -n "${SHOW_SMAPS:-}" ] && by_mapping >"$WORK/smaps-50"
+  fi
 done
 END=$(rss)
 sleep 5
 IDLE=$(rss)
-[ -n "${SHOW_SMAPS:-}" ] && { grep -E "^(Rss|Pss|Anonymous|Shared_Clean|Private_Dirty)" /proc/$APP_PID/smaps_rollup; echo "grown since start (KiB):"; by_mapping | join -a1 -e0 -o 0,1.2,2.2 - "$WORK/smaps-start" | awk '$2 - $3 > 100 || $3 == 0 {print $2 - $3, $1}' | sort -rn | head -60; }
+[ -n "${SHOW_SMAPS:-}" ] && { grep -E "^(Rss|Pss|Anonymous|Shared_Clean|Private_Dirty)" /proc/$APP_PID/smaps_rollup; for since in start 50; do [ -f "$WORK/smaps-$since" ] || continue; echo "grown since $since (KiB):"; by_mapping | join -a1 -e0 -o 0,1.2,2.2 - "$WORK/smaps-$since" | awk '$2 - $3 > 100 || $3 == 0 {print $2 - $3, $1}' | sort -rn | head -40; done; }
 # MALLOC_STATS=1: the allocator's own account of each arena (needs gdb), for finding what stays.
 [ -n "${MALLOC_STATS:-}" ] && { gdb -p "$APP_PID" -batch -ex 'call (void) malloc_stats()' >/dev/null 2>&1; grep -A3 -E '^(Arena|Total)' "$WORK/app.log" | grep -v '^--'; }
 MEDIAN=$(printf '%s\n' "${TIMES[@]}" | sort -n | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}')

@@ -1,12 +1,11 @@
 // Pixels for the end-to-end tests:
-//   pixel_probe FILE [X Y]...         →  "WxH" then "#rrggbbaa" per point
-//   pixel_probe screen [X Y]...       →  the same for the X screen of $DISPLAY,
-//   as shown now pixel_probe screen save FILE      →  writes the X screen to a
-//   PNG pixel_probe make FILE W H #rrggbb →  writes a PNG of one colour
-//   pixel_probe --white W H FILE      →  writes a white PNG
-//   pixel_probe gradient FILE W H     →  writes a PNG whose every pixel tells
-//   where it is pixel_probe same PART WHOLE X Y   →  exit 0 when PART is
-//   WHOLE's pixels from (X, Y) on
+//   pixel_probe FILE [X Y]...          "WxH", then "#rrggbbaa" for each point
+//   pixel_probe screen [X Y]...        the same for the X screen of $DISPLAY, as shown now
+//   pixel_probe screen save FILE       writes the X screen to a PNG
+//   pixel_probe make FILE W H #rrggbb  writes a PNG of one colour
+//   pixel_probe --white W H FILE       writes a white PNG
+//   pixel_probe gradient FILE W H      writes a PNG whose every pixel tells where it is
+//   pixel_probe same PART WHOLE X Y    exits 0 when PART is WHOLE's pixels from (X, Y) on
 #include <QGuiApplication>
 #include <QImage>
 #include <QPixmap>
