@@ -49,23 +49,20 @@ void AIRequestFlow::runCloud(const RunPtr& run) {
         fail(run, m_clients.gemini->describeError(GeminiError::missingKey()));
         return;
     }
-    status(QStringLiteral("Classifying your prompt…"));
+    m_listener.status(QStringLiteral("Classifying your prompt…"));
     // The note stays above the answer until the result's own line replaces it.
-    meta(classifyingMeta());
+    m_listener.meta(classifyingMeta());
     run->cloudClassify = m_clients.gemini->classifyQuery(
         run->apiKey, run->query,
         guarded(run, [this](const RunPtr& run, const GeminiClassifyResult& classified) {
-            const auto fast = fastRoute(run->query);
-            const QueryRoute route = decideRoute(classified.mode, fast);
-            log(routeLogLine(run->provider, classified.mode, fast, route, run->query));
-            cloudRequest(run, route);
+            cloudRequest(run, routeFor(run, classified.mode));
         }));
 }
 
 void AIRequestFlow::cloudRequest(const RunPtr& run, QueryRoute route) {
-    CanvasDocument* canvas = hostCanvas();
+    CanvasDocument* canvas = canvasOrGone();
     if (!canvas) {
-        endOwnerGone(run);
+        finish(run, false);
         return;
     }
     switch (route) {
@@ -82,8 +79,8 @@ void AIRequestFlow::cloudRequest(const RunPtr& run, QueryRoute route) {
 }
 
 void AIRequestFlow::cloudDone(const RunPtr& run, const QString& metaLine, bool emptyField) {
-    meta(metaLine);
-    status(QStringLiteral("Done"));
+    m_listener.meta(metaLine);
+    m_listener.status(QStringLiteral("Done"));
     finish(run, emptyField);
 }
 
@@ -94,24 +91,20 @@ void AIRequestFlow::cloudQuestion(const RunPtr& run, const QImage& image) {
         const QString prompt = localModelPrompt(QueryRoute::question, context, run->query);
         run->cloudRequest = m_clients.gemini->answerQuestion(
             run->apiKey, {image}, prompt, std::nullopt,
-            guarded(run, [this](const RunPtr&, const QString& text) { status(text); }),
+            guarded(run, [this](const RunPtr&, const QString& text) { m_listener.status(text); }),
             guarded(run, [this](const RunPtr& run, GeminiOutcome<GeminiResult> out) {
                 if (const auto* failure = std::get_if<GeminiFailure>(&out)) {
                     fail(run, m_clients.gemini->describeError(*failure));
                     return;
                 }
                 const auto& result = std::get<GeminiResult>(out);
-                respond(result.text.value_or(QString()));
+                m_listener.response(result.text.value_or(QString()));
                 cloudDone(run, resultMetaLine(result, QString::fromLatin1(gemini::textModel)),
                           false);
             }));
     });
-    status(QStringLiteral("Analyzing image…"));
-    if (m_host.analysis) {
-        m_host.analysis(ask);
-    } else {
-        ask(VisionAnalysis{});
-    }
+    m_listener.status(QStringLiteral("Analyzing image…"));
+    m_host.analysis(ask);
 }
 
 void AIRequestFlow::cloudImageEdit(const RunPtr& run, const QImage& image) {
@@ -121,18 +114,19 @@ void AIRequestFlow::cloudImageEdit(const RunPtr& run, const QImage& image) {
                                                                          : gemini::flashImageModel);
     run->cloudRequest = m_clients.gemini->generateImage(
         run->apiKey, {image}, run->query, imageEditInstruction(image.size()), model,
-        guarded(run, [this](const RunPtr&, const QString& text) { status(text); }),
+        guarded(run, [this](const RunPtr&, const QString& text) { m_listener.status(text); }),
         guarded(run, [this, model](const RunPtr& run, GeminiOutcome<GeminiResult> out) {
             if (const auto* failure = std::get_if<GeminiFailure>(&out)) {
                 fail(run, m_clients.gemini->describeError(*failure));
                 return;
             }
             const auto& result = std::get<GeminiResult>(out);
-            const bool present = hostCanvas() != nullptr;
-            if (result.image && present && m_host.replaceImage) {
-                m_host.replaceImage(*result.image);
+            if (canvasOrGone()) {
+                if (result.image) {
+                    m_host.replaceImage(*result.image);
+                }
+                m_listener.response(result.text.value_or(QString()));
             }
-            respond(present ? result.text.value_or(QString()) : flow::editorClosed());
             cloudDone(run, resultMetaLine(result, model), false);
         }));
 }
@@ -143,21 +137,23 @@ void AIRequestFlow::cloudDetection(const RunPtr& run, const QImage& image) {
     const QString prompt = localModelPrompt(QueryRoute::annotationEdit, context, run->query);
     run->cloudRequest = m_clients.gemini->detectAnnotations(
         run->apiKey, image, prompt,
-        guarded(run, [this](const RunPtr&, const QString& text) { status(text); }),
+        guarded(run, [this](const RunPtr&, const QString& text) { m_listener.status(text); }),
         guarded(run, [this](const RunPtr& run, GeminiOutcome<GeminiDetectionResult> out) {
             if (const auto* failure = std::get_if<GeminiFailure>(&out)) {
                 fail(run, m_clients.gemini->describeError(*failure));
                 return;
             }
             const auto& result = std::get<GeminiDetectionResult>(out);
-            const bool present = hostCanvas() != nullptr;
-            respond(present ? applyDetection(result) : flow::editorClosed());
+            CanvasDocument* canvas = canvasOrGone();
+            if (canvas) {
+                m_listener.response(applyDetection(result, *canvas));
+            }
             cloudDone(run, cloudMetaLine(metaOf(result, QString::fromLatin1(gemini::textModel))),
-                      present);
+                      canvas != nullptr);
         }));
 }
 
-QString AIRequestFlow::applyDetection(const GeminiDetectionResult& result) {
+QString AIRequestFlow::applyDetection(const GeminiDetectionResult& result, CanvasDocument& canvas) {
     std::vector<AICanvasCommand> commands;
     std::vector<std::optional<QString>> labels; // for the commands that create
     for (const AICanvasDirectivePublic& directive : result.shapes) {
@@ -170,8 +166,8 @@ QString AIRequestFlow::applyDetection(const GeminiDetectionResult& result) {
         labels.push_back(creates ? std::optional(directive.summary) : std::nullopt);
         commands.push_back(std::move(*command));
     }
-    const AICommandResult applied = AICanvasCommander::apply(
-        commands, AICanvasCommander::batchActionName(commands), *hostCanvas());
+    const AICommandResult applied =
+        AICanvasCommander::apply(commands, AICanvasCommander::batchActionName(commands), canvas);
     logOutside(applied);
     // Only what was drawn is named: a box off the picture was dropped.
     for (const auto& dropped : applied.outside) {

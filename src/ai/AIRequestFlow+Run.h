@@ -32,10 +32,6 @@ template <class R, class F> auto guarded(const std::shared_ptr<R>& run, F f) {
     };
 }
 
-inline QString editorClosed() {
-    return QStringLiteral("Editor closed.");
-}
-
 } // namespace flow
 
 } // namespace vellumix

@@ -37,49 +37,38 @@ void AIRequestFlow::ownerClosed() {
     if (!isRunning()) {
         return;
     }
-    endOwnerGone(m_run);
+    reportOwnerGone();
+    finish(m_run, false);
     cancel();
 }
 
-CanvasDocument* AIRequestFlow::hostCanvas() const {
-    return m_host.canvas ? m_host.canvas() : nullptr;
+void AIRequestFlow::reportOwnerGone() const {
+    m_listener.response(QStringLiteral("Editor closed."));
 }
 
-void AIRequestFlow::status(const QString& text) const {
-    if (m_listener.status) {
-        m_listener.status(text);
+CanvasDocument* AIRequestFlow::canvasOrGone() const {
+    CanvasDocument* canvas = m_host.canvas();
+    if (!canvas) {
+        reportOwnerGone();
     }
+    return canvas;
 }
 
-void AIRequestFlow::meta(const QString& markdown) const {
-    if (m_listener.meta) {
-        m_listener.meta(markdown);
-    }
-}
-
-void AIRequestFlow::respond(const QString& markdown) const {
-    if (m_listener.response) {
-        m_listener.response(markdown);
-    }
-}
-
-void AIRequestFlow::endOwnerGone(const RunPtr& run) {
-    respond(flow::editorClosed());
-    finish(run, false);
+QueryRoute AIRequestFlow::routeFor(const RunPtr& run, std::optional<QueryRoute> classified) const {
+    const auto fast = fastRoute(run->query);
+    const QueryRoute route = decideRoute(classified, fast);
+    log(routeLogLine(run->provider, classified, fast, route, run->query));
+    return route;
 }
 
 void AIRequestFlow::fail(const RunPtr& run, const QString& message) {
-    if (m_listener.failed) {
-        m_listener.failed(message);
-    }
+    m_listener.failed(message);
     finish(run, false);
 }
 
 void AIRequestFlow::finish(const RunPtr& run, bool emptyField) {
     run->live = false;
-    if (m_listener.finished) {
-        m_listener.finished(emptyField);
-    }
+    m_listener.finished(emptyField);
 }
 
 void AIRequestFlow::log(const QString& line) const {
@@ -139,26 +128,26 @@ void AIRequestFlow::redactLocally(const RunPtr& run) {
         fail(run, QStringLiteral("Redaction isn't available here."));
         return;
     }
-    if (!hostCanvas()) {
-        endOwnerGone(run);
+    if (!canvasOrGone()) {
+        finish(run, false);
         return;
     }
     SensitiveKinds kinds = sensitiveKindsForRequest(run->query);
     if (!kinds) {
         kinds = allSensitiveKinds;
     }
-    status(QStringLiteral("Looking for sensitive text…"));
+    m_listener.status(QStringLiteral("Looking for sensitive text…"));
     m_host.redactSensitiveText(kinds,
                                guarded(run, [this](const RunPtr& run, int count, bool applied) {
-                                   respond(redactionResponse(count, applied));
-                                   status(QStringLiteral("Done"));
+                                   m_listener.response(redactionResponse(count, applied));
+                                   m_listener.status(QStringLiteral("Done"));
                                    finish(run, false);
                                }));
 }
 
 QString AIRequestFlow::contextFor(QueryRoute route, const std::optional<VisionAnalysis>& analysis,
                                   const QString& query) const {
-    CanvasDocument* canvas = hostCanvas();
+    CanvasDocument* canvas = m_host.canvas();
     if (!canvas) {
         return {};
     }
@@ -172,105 +161,6 @@ QString AIRequestFlow::contextFor(QueryRoute route, const std::optional<VisionAn
     const AIContext context = AIContext::build(route, inputs);
     log(AIContext::logLine(route, context, m_clients.logContextText));
     return context.summary;
-}
-
-// --- On the local model ----------------------------------------------------------------------
-
-void AIRequestFlow::runLocal(const RunPtr& run) {
-    if (!m_clients.local) {
-        fail(run, QStringLiteral("Local model unavailable."));
-        return;
-    }
-    status(QStringLiteral("Analyzing image…"));
-    auto analysed = guarded(run, [this](const RunPtr& run, const VisionAnalysis& analysis) {
-        // The note stays above the answer until the next request.
-        meta(classifyingMeta());
-        run->localClassify = m_clients.local->classify(
-            run->query,
-            guarded(run, [this, analysis](const RunPtr& run, std::optional<QueryRoute> llm) {
-                const auto fast = fastRoute(run->query);
-                const QueryRoute route = decideRoute(llm, fast);
-                log(routeLogLine(run->provider, llm, fast, route, run->query));
-                localRequest(run, route,
-                             route == QueryRoute::imageEdit ? std::nullopt
-                                                            : std::optional(analysis));
-            }));
-    });
-    if (m_host.analysis) {
-        m_host.analysis(analysed);
-    } else {
-        analysed(VisionAnalysis{});
-    }
-}
-
-void AIRequestFlow::localRequest(const RunPtr& run, QueryRoute route,
-                                 std::optional<VisionAnalysis> analysis) {
-    const QString context = contextFor(route, analysis, run->query);
-    auto events = guarded(run, [this](const RunPtr& run, const AIEvent& event) {
-        switch (event.kind) {
-        case AIEvent::Kind::statusChanged:
-            status(event.text);
-            break;
-        case AIEvent::Kind::textUpdated:
-            if (!event.text.isEmpty()) {
-                respond(event.text);
-            }
-            break;
-        case AIEvent::Kind::failed:
-            fail(run, event.text);
-            break;
-        case AIEvent::Kind::complete:
-            finish(run, false);
-            break;
-        }
-    });
-    AIService& local = *m_clients.local;
-    switch (route) {
-    case QueryRoute::question:
-        run->localRequest = local.answerQuestion(run->query, context, events);
-        break;
-    case QueryRoute::annotationEdit:
-        run->localRequest = local.editAnnotations(
-            run->query, context, events,
-            guarded(run, [this](const RunPtr&, const AICanvasDirectivePublic& directive) {
-                applyDirective(directive);
-            }));
-        break;
-    case QueryRoute::imageEdit:
-        run->localRequest = local.editImage(
-            run->query, context, events,
-            guarded(run, [this](const RunPtr&, const FilterDirectivePublic& filter) {
-                applyFilter(filter);
-            }));
-        break;
-    }
-}
-
-void AIRequestFlow::applyDirective(const AICanvasDirectivePublic& directive) {
-    CanvasDocument* canvas = hostCanvas();
-    QString response = directive.summary;
-    if (!canvas) {
-        response = flow::editorClosed();
-    } else if (const auto command = makeCommand(directive, *m_clients.fonts)) {
-        const AICommandResult result =
-            AICanvasCommander::apply({*command}, AICanvasCommander::actionName(*command), *canvas);
-        logOutside(result);
-        if (result.created.empty() && result.deleted.empty() && result.updated.empty()) {
-            response = QStringLiteral("Couldn't apply the change — ") + directive.summary;
-        }
-    }
-    respond(response);
-}
-
-void AIRequestFlow::applyFilter(const FilterDirectivePublic& filter) {
-    QString response = filter.summary;
-    if (!hostCanvas()) {
-        response = flow::editorClosed();
-    } else if (filter.shouldApply &&
-               !(m_host.applyFilter && m_host.applyFilter(filter.kind, filter.strength))) {
-        response = QStringLiteral("Couldn't apply '%1' — %2").arg(filter.kind, filter.summary);
-    }
-    respond(response);
 }
 
 } // namespace vellumix

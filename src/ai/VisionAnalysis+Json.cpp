@@ -40,7 +40,45 @@ const json& elements(const json& o, const char* key) {
     return value.is_array() ? value : empty;
 }
 
+using Json = nlohmann::ordered_json;
+
+Json rectJson(const QRectF& rect) {
+    return Json::array({rect.x(), rect.y(), rect.width(), rect.height()});
+}
+
+// Each line with its words and their boxes.
+Json linesJson(const std::vector<OCRLine>& lines) {
+    Json json = Json::array();
+    for (const OCRLine& line : lines) {
+        Json words = Json::array();
+        for (const OCRTextBox& word : line.words) {
+            words.push_back({{"text", line.text.mid(word.start, word.length).toStdString()},
+                             {"rect", rectJson(word.rect)}});
+        }
+        json.push_back({{"text", line.text.toStdString()},
+                        {"rect", rectJson(line.rect)},
+                        {"relativeSize", rawValue(line.relativeSize).toStdString()},
+                        {"words", words}});
+    }
+    return json;
+}
+
 } // namespace
+
+nlohmann::ordered_json analysisToJson(const VisionAnalysis& analysis) {
+    Json regions = Json::array();
+    for (const SalientRegion& region : analysis.salientRegions) {
+        regions.push_back({{"rect", rectJson(region.rect)}, {"confidence", region.confidence}});
+    }
+    Json labels = Json::array();
+    for (const QString& label : analysis.classifications) {
+        labels.push_back(label.toStdString());
+    }
+    return {{"classifications", labels},
+            {"lines", linesJson(analysis.lines)},
+            {"salientRegions", regions},
+            {"doubtfulLines", linesJson(analysis.doubtfulLines)}};
+}
 
 std::optional<VisionAnalysis> analysisFromJson(const json& o) {
     if (!o.is_object()) {

@@ -62,9 +62,13 @@ struct VisionAnalysis {
 /// The rectangles of the recognised lines, in order.
 std::vector<QRectF> lineRects(const VisionAnalysis& analysis);
 
-/// An analysis as `vellumix-bundle analyze` writes it (classifications, lines with text, rect and
-/// relative size, salient regions with rect and confidence); none when it is no such object.
-/// Missing lists are empty; an unknown line size is regular.
+/// An analysis as JSON, in the order of its fields: classifications, lines (text, rect
+/// [x, y, width, height], relative size, words with text and rect), salient regions (rect,
+/// confidence), doubtful lines. What `vellumix-bundle analyze` prints.
+nlohmann::ordered_json analysisToJson(const VisionAnalysis& analysis);
+/// An analysis as `analysisToJson` writes it, read back as far as a request's context needs it
+/// (classifications, lines with text, rect and relative size, salient regions); none when it is
+/// no such object. Missing lists are empty; an unknown line size is regular.
 std::optional<VisionAnalysis> analysisFromJson(const nlohmann::json& o);
 
 /// Sizes each line against the median line height (all regular with fewer than 4 lines).

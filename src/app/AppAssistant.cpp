@@ -15,17 +15,13 @@ AppAssistant::AppAssistant(DocumentOpener& opener, Settings& settings, Keychain&
     EditorWindowController::setAssistantServices(
         {&m_gemini, &m_localModel,
          [this]() -> std::optional<QString> {
-             const QString fromEnv = qEnvironmentVariable("VELLUMIX_GEMINI_API_KEY").trimmed();
-             if (!fromEnv.isEmpty()) {
-                 return fromEnv;
-             }
-             // Using the key may unlock the keyring; the answer also settles the field.
-             auto key = ApiKeyStore(m_keychain).apiKey();
-             if (key && m_keyStored != KeyStored::yes) {
+             const auto key = ApiKeyStore(m_keychain).keyForRequest();
+             // Using a stored key may unlock the keyring; the answer also settles the field.
+             if (key && key->stored && m_keyStored != KeyStored::yes) {
                  m_keyStored = KeyStored::yes;
                  m_opener.refreshPromptFields();
              }
-             return key;
+             return key ? std::optional(key->value) : std::nullopt;
          },
          [this] { m_opener.refreshPromptFields(); }});
     m_opener.promptFieldState = [this] { return promptFieldState(); };

@@ -1,6 +1,7 @@
 #include "ProjectBundle.h"
 #include "ai/ConsoleText.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QUuid>
@@ -65,6 +66,26 @@ Status replacePath(const QString& fresh, const QString& target, const Renamer& r
     // The new one is in place; an old copy that will not go is only clutter.
     (void)removePath(aside);
     return success();
+}
+
+Status replaceProject(const QImage& image, const AnnotationList& annotations, const QString& path,
+                      const BundleServices& services) {
+    const QFileInfo target(path);
+    if (target.isDir() && !target.isSymLink() && !isBundle(path)) {
+        return Error{QStringLiteral("%1: is a folder but not a Vellumix project").arg(path)};
+    }
+    const QString partial = QStringLiteral("%1/.%2.partial-%3")
+                                .arg(target.absolutePath(), target.fileName())
+                                .arg(QCoreApplication::applicationPid());
+    QDir(partial).removeRecursively();
+    Status written = write(image, annotations, partial, services);
+    if (written) {
+        written = replacePath(partial, path);
+    }
+    if (!written) {
+        QDir(partial).removeRecursively();
+    }
+    return written;
 }
 
 } // namespace vellumix::bundle

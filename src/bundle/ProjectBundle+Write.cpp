@@ -149,4 +149,13 @@ Status refreshImage(const QImage& image, const QString& bundlePath,
     return previews;
 }
 
+Status writeEdits(const QImage& image, const AnnotationList& annotations, Edits changed,
+                  const QString& bundlePath, const BundleServices& services) {
+    Status saved = changed.image ? writeImage(image, bundlePath, services) : success();
+    if (saved && changed.annotations) {
+        saved = writeAnnotations(annotations, bundlePath, services);
+    }
+    return saved ? writePreviews(image, annotations, bundlePath, services) : saved;
+}
+
 } // namespace vellumix::bundle

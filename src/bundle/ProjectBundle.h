@@ -67,6 +67,16 @@ Status writeImage(const QImage& image, const QString& bundlePath, const BundleSe
 /// annotations.
 Status refreshImage(const QImage& image, const QString& bundlePath, const BundleServices& services);
 
+/// What an edit of an existing bundle changed.
+struct Edits {
+    bool image = false;
+    bool annotations = false;
+};
+/// Writes back an edited bundle: the changed files, then the thumbnail and icon anew (also when
+/// nothing changed). Stops at the first failure.
+Status writeEdits(const QImage& image, const AnnotationList& annotations, Edits changed,
+                  const QString& bundlePath, const BundleServices& services);
+
 /// Redraws "thumbnail.png" and the folder icon from an image and its annotations.
 Status writePreviews(const QImage& image, const AnnotationList& annotations,
                      const QString& bundlePath, const BundleServices& services);
@@ -86,6 +96,13 @@ bool renamePath(const QString& from, const QString& to);
 /// `fresh` is complete: the old target is moved aside, `fresh` moved in, and the old one
 /// removed last; if moving `fresh` in fails, the old one is put back.
 Status replacePath(const QString& fresh, const QString& target, const Renamer& rename = renamePath);
+
+/// Saves a project at `path`, replacing one already there: the bundle is written complete
+/// beside it first and swapped in with `replacePath`, so a failed save leaves the old project
+/// as it was. A folder there that is no project (a folder of the user's that merely has the
+/// name) is refused, never replaced.
+Status replaceProject(const QImage& image, const AnnotationList& annotations, const QString& path,
+                      const BundleServices& services);
 
 /// The composite scaled to fit the thumbnail box.
 QImage makeThumbnail(const QImage& composite);

@@ -7,6 +7,7 @@
 #include "ai/ConsoleText.h"
 #include "ai/RequestTexts.h"
 #include "canvas/AnnotationCanvasView.h"
+#include "filters/ImageFilters.h"
 #include "library/Settings.h"
 #include "model/Fonts.h"
 
@@ -63,17 +64,12 @@ void EditorWindowController::buildAssistant() {
     m_promptHistory = std::make_unique<PromptHistoryBrowser>();
     m_aiOverlay = new AIOverlayView(m_scrollView);
 
-    AIRequestHost host;
-    host.canvas = [this]() -> CanvasDocument* {
-        return m_closed ? nullptr : &m_canvas->document();
-    };
+    AIRequestHost host = canvasRequestHost(
+        [this]() -> CanvasDocument* { return m_closed ? nullptr : &m_canvas->document(); },
+        filters::applyFilter);
     host.analysis = [this](std::function<void(const VisionAnalysis&)> receiver) {
         m_visionAnalysis->request(std::move(receiver));
     };
-    host.applyFilter = [this](const QString& kind, double strength) {
-        return applyFilter(kind, strength);
-    };
-    host.replaceImage = [this](const QImage& image) { replaceImageWithAssistantResult(image); };
     // Redaction requests open the proposals for the user to check; nothing is hidden until Apply.
     host.redactSensitiveText = [this](SensitiveKinds kinds, std::function<void(int, bool)> done) {
         markSensitiveText(kinds, [done](int count) { done(count, false); });

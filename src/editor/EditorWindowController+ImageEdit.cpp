@@ -162,26 +162,4 @@ void EditorWindowController::mergeIntoImage(const AnnotationIDSet& ids) {
     document.setSelection({});
 }
 
-bool EditorWindowController::applyFilter(const QString& kind, double strength) {
-    const auto filtered = filters::applyFilter(currentImage(), kind, strength);
-    if (!filtered) {
-        return false;
-    }
-    CanvasDocument& document = m_canvas->document();
-    document.replaceImage(*filtered, document.annotations(),
-                          imageops::assistantFilterActionName(kind));
-    return true;
-}
-
-void EditorWindowController::replaceImageWithAssistantResult(const QImage& image) {
-    CanvasDocument& document = m_canvas->document();
-    const auto edited =
-        imageops::assistantImage(image, document.annotations(), currentImage().size());
-    if (!edited) {
-        return;
-    }
-    document.replaceImage(edited->image, edited->annotations,
-                          QString::fromLatin1(imageops::assistantImageActionName));
-}
-
 } // namespace vellumix

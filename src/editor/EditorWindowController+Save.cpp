@@ -174,27 +174,9 @@ void EditorWindowController::saveProject() {
 bool EditorWindowController::writeProject(const QString& path) {
     CanvasDocument& document = m_canvas->document();
     document.commitTextEditing(false);
-    QString failure;
-    const QFileInfo target(path);
-    if (target.isDir() && !target.isSymLink() && !bundle::isBundle(path)) {
-        // Only a project is replaced, never a folder of the user's that merely has its name.
-        failure = QStringLiteral("%1: is a folder but not a Vellumix project").arg(path);
-    } else {
-        // Complete beside the target first; the old project is swapped out only then.
-        const QString partial = QStringLiteral("%1/.%2.partial-%3")
-                                    .arg(target.absolutePath(), target.fileName())
-                                    .arg(QCoreApplication::applicationPid());
-        QDir(partial).removeRecursively();
-        Status written = bundle::write(currentImage(), document.annotations(), partial,
-                                       platformBundleServices());
-        if (written) {
-            written = bundle::replacePath(partial, path);
-        }
-        if (!written) {
-            failure = written.error().message;
-            QDir(partial).removeRecursively();
-        }
-    }
+    const Status written = bundle::replaceProject(currentImage(), document.annotations(), path,
+                                                  platformBundleServices());
+    const QString failure = written ? QString() : written.error().message;
     if (!failure.isEmpty()) {
         QApplication::beep();
         report(QStringLiteral("Save Project failed: ") + failure);

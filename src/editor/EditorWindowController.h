@@ -161,10 +161,6 @@ public:
     void presentResizeDialog();
     void resizeImage(QSize size);
     void mergeIntoImage(const QSet<AnnotationID>& ids);
-    /// The assistant's named filters; false for an unknown kind or no result.
-    bool applyFilter(const QString& kind, double strength);
-    /// The assistant's edited picture replaces the image, annotations mapped onto it.
-    void replaceImageWithAssistantResult(const QImage& image);
 
     // --- Redaction in the image-edit session (EditorWindowController+Redact) --------------------
     /// Switches the Redact mode on or off (on starts the image-edit session if needed).

@@ -16,6 +16,16 @@ std::optional<QString> ApiKeyStore::apiKey() const {
     return key;
 }
 
+std::optional<ApiKeyStore::RequestKey>
+ApiKeyStore::keyForRequest(const std::function<QString(const char* name)>& environment) const {
+    const QString fromEnvironment = environment("VELLUMIX_GEMINI_API_KEY").trimmed();
+    if (!fromEnvironment.isEmpty()) {
+        return RequestKey{fromEnvironment, false};
+    }
+    const auto stored = apiKey();
+    return stored ? std::optional(RequestKey{*stored, true}) : std::nullopt;
+}
+
 bool ApiKeyStore::setFromField(const QString& text) {
     const QString trimmed = text.trimmed();
     if (trimmed.isEmpty()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QtGlobal>
 
 #include <functional>
 #include <optional>
@@ -34,6 +35,17 @@ public:
 
     /// The stored key; an empty value counts as none.
     std::optional<QString> apiKey() const;
+    /// The key a request uses, and whether it came from the keychain (reading it there may have
+    /// unlocked the keyring).
+    struct RequestKey {
+        QString value;
+        bool stored = false;
+    };
+    /// `$VELLUMIX_GEMINI_API_KEY` (trimmed) when set, so scripts and tests need no keyring;
+    /// else the stored key. `environment` reads a variable, so tests can feed values.
+    std::optional<RequestKey>
+    keyForRequest(const std::function<QString(const char* name)>& environment =
+                      [](const char* name) { return qEnvironmentVariable(name); }) const;
     /// From the settings field: trimmed; a non-empty key is saved, an empty one deletes the item.
     bool setFromField(const QString& text);
     bool hasKey() const { return apiKey().has_value(); }

@@ -18,39 +18,6 @@ Json rectJson(const QRectF& rect) {
     return Json::array({rect.x(), rect.y(), rect.width(), rect.height()});
 }
 
-// Each line with its words and their boxes.
-Json linesJson(const std::vector<OCRLine>& lines) {
-    Json json = Json::array();
-    for (const OCRLine& line : lines) {
-        Json words = Json::array();
-        for (const OCRTextBox& word : line.words) {
-            words.push_back({{"text", line.text.mid(word.start, word.length).toStdString()},
-                             {"rect", rectJson(word.rect)}});
-        }
-        json.push_back({{"text", line.text.toStdString()},
-                        {"rect", rectJson(line.rect)},
-                        {"relativeSize", rawValue(line.relativeSize).toStdString()},
-                        {"words", words}});
-    }
-    return json;
-}
-
-// The fields in the order of the analysis records.
-Json analysisJson(const VisionAnalysis& analysis) {
-    Json regions = Json::array();
-    for (const SalientRegion& region : analysis.salientRegions) {
-        regions.push_back({{"rect", rectJson(region.rect)}, {"confidence", region.confidence}});
-    }
-    Json labels = Json::array();
-    for (const QString& label : analysis.classifications) {
-        labels.push_back(label.toStdString());
-    }
-    return {{"classifications", labels},
-            {"lines", linesJson(analysis.lines)},
-            {"salientRegions", regions},
-            {"doubtfulLines", linesJson(analysis.doubtfulLines)}};
-}
-
 struct RedactOptions {
     SensitiveKinds kinds = allSensitiveKinds;
     imageops::RedactionStyle style = imageops::RedactionStyle::fill;
@@ -82,24 +49,34 @@ std::optional<RedactOptions> redactOptions(const QStringList& args) {
     return options.kinds ? std::optional(options) : std::nullopt;
 }
 
-// The redacted image into the bundle, with its previews; the annotations stay as they are.
-Status saveRedactedImage(const CanvasDocument& canvas, const QString& bundlePath) {
-    const BundleServices services = platformBundleServices();
-    Status saved = bundle::writeImage(canvas.image(), bundlePath, services);
-    if (saved) {
-        saved = bundle::writePreviews(canvas.image(), canvas.annotations(), bundlePath, services);
-    }
-    return saved;
-}
-
 } // namespace
+
+std::vector<std::pair<SensitiveKind, QRectF>> redactAtOnce(CanvasDocument& canvas,
+                                                           const VisionAnalysis& analysis,
+                                                           SensitiveKinds kinds,
+                                                           imageops::RedactionStyle style) {
+    std::vector<std::pair<SensitiveKind, QRectF>> covered;
+    std::vector<imageops::RedactionArea> areas;
+    for (const SensitiveMatch& match : findSensitiveText(analysis, kinds)) {
+        const QRectF area =
+            redactionAreaFor(match.rect, canvas.image().size(), lineRects(analysis));
+        covered.emplace_back(match.kind, area);
+        areas.push_back({area, style});
+    }
+    if (!areas.empty()) {
+        canvas.replaceImage(
+            imageops::redact(canvas.image(), areas, Color::black(), lineRects(analysis)),
+            canvas.annotations(), imageops::redactionActionName(int(areas.size())));
+    }
+    return covered;
+}
 
 int analyze(const QString& bundlePath, QTextStream& out, QTextStream& err) {
     CanvasDocument canvas;
     if (!loadCanvas(bundlePath, canvas, err)) {
         return failure;
     }
-    out << QString::fromStdString(analysisJson(VisionAnalyzer::analyze(canvas.image())).dump(2))
+    out << QString::fromStdString(analysisToJson(VisionAnalyzer::analyze(canvas.image())).dump(2))
         << Qt::endl;
     return 0;
 }
@@ -113,22 +90,19 @@ int redact(const QStringList& args, QTextStream& out, QTextStream& err) {
     if (!loadCanvas(args[0], canvas, err)) {
         return failure;
     }
-    const VisionAnalysis analysis = VisionAnalyzer::analyze(canvas.image());
-    std::vector<imageops::RedactionArea> areas;
+    const auto areas = redactAtOnce(canvas, VisionAnalyzer::analyze(canvas.image()), options->kinds,
+                                    options->style);
     // What was covered, without the text: the point is that it is not shown.
     Json covered = Json::array();
-    for (const SensitiveMatch& match : findSensitiveText(analysis, options->kinds)) {
-        const QRectF area =
-            redactionAreaFor(match.rect, canvas.image().size(), lineRects(analysis));
-        areas.push_back({area, options->style});
+    for (const auto& [kind, area] : areas) {
         covered.push_back(
-            {{"kind", sensitiveKindKey(match.kind).toStdString()}, {"rect", rectJson(area)}});
+            {{"kind", sensitiveKindKey(kind).toStdString()}, {"rect", rectJson(area)}});
     }
     if (!areas.empty()) {
-        canvas.replaceImage(
-            imageops::redact(canvas.image(), areas, Color::black(), lineRects(analysis)),
-            canvas.annotations(), imageops::redactionActionName(int(areas.size())));
-        if (const Status saved = saveRedactedImage(canvas, args[0]); !saved) {
+        const bundle::Edits changed{.image = true};
+        if (const Status saved = bundle::writeEdits(canvas.image(), canvas.annotations(), changed,
+                                                    args[0], platformBundleServices());
+            !saved) {
             return fail(err, QStringLiteral("Save failed: ") + saved.error().message);
         }
     }

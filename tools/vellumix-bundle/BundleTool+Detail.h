@@ -2,8 +2,14 @@
 
 // Shared by the files of vellumix-bundle only.
 
+#include "ai/SensitiveText.h"
+#include "imaging/Redaction.h"
+
 #include <QStringList>
 #include <QTextStream>
+
+#include <utility>
+#include <vector>
 
 namespace vellumix {
 
@@ -21,6 +27,13 @@ int usage(QTextStream& err);
 /// The canvas of a bundle (its image and annotations); false, with the failure on `err`, when
 /// it is no bundle with a readable image.
 bool loadCanvas(const QString& bundlePath, CanvasDocument& canvas, QTextStream& err);
+
+/// Redacts the sensitive text of these kinds into the canvas's image at once, as one undo step:
+/// without a window there is nobody to check proposals. The areas covered, with their kinds.
+std::vector<std::pair<SensitiveKind, QRectF>> redactAtOnce(CanvasDocument& canvas,
+                                                           const VisionAnalysis& analysis,
+                                                           SensitiveKinds kinds,
+                                                           imageops::RedactionStyle style);
 
 /// `analyze BUNDLE`: the image analysis as JSON on `out`.
 int analyze(const QString& bundlePath, QTextStream& out, QTextStream& err);

@@ -15,8 +15,6 @@
 #include "desktop/BundleServices.h"
 #include "desktop/SecretServiceKeychain.h"
 #include "filters/ImageFilters.h"
-#include "imaging/ImageOperations.h"
-#include "imaging/Redaction.h"
 #include "library/Keychain.h"
 #include "model/CodableAnnotation.h"
 #include "vision/VisionAnalyzer.h"
@@ -176,13 +174,11 @@ int applyDirectives(const QString& bundlePath, const QString& directivesPath, QT
     const bool changed =
         !result.created.empty() || !result.deleted.empty() || !result.updated.empty();
     if (changed) {
-        const Status saved =
-            bundle::writeAnnotations(canvas.annotations(), bundlePath, platformBundleServices());
-        const Status previews = saved ? bundle::writePreviews(canvas.image(), canvas.annotations(),
-                                                              bundlePath, platformBundleServices())
-                                      : saved;
-        if (!previews) {
-            return fail(err, QStringLiteral("Save failed: ") + previews.error().message);
+        const bundle::Edits edits{.annotations = true};
+        if (const Status saved = bundle::writeEdits(canvas.image(), canvas.annotations(), edits,
+                                                    bundlePath, platformBundleServices());
+            !saved) {
+            return fail(err, QStringLiteral("Save failed: ") + saved.error().message);
         }
     }
     out << action << '\n' << result.summary << Qt::endl;
@@ -237,16 +233,6 @@ int printContext(const QStringList& args, QTextStream& out, QTextStream& err) {
     return 0;
 }
 
-// The key the cloud provider needs: $VELLUMIX_GEMINI_API_KEY when set, else the keyring's.
-std::optional<QString> storedApiKey() {
-    const QString fromEnvironment = qEnvironmentVariable("VELLUMIX_GEMINI_API_KEY").trimmed();
-    if (!fromEnvironment.isEmpty()) {
-        return fromEnvironment;
-    }
-    SecretServiceKeychain keychain(ApiKeyStore::service);
-    return ApiKeyStore(keychain).apiKey();
-}
-
 // The provider named by `--provider`, else the stored one; none for a malformed command line.
 std::optional<AIProvider> askProvider(const QStringList& args) {
     AIProvider provider = Settings::shared().aiProvider();
@@ -270,8 +256,7 @@ std::optional<AIProvider> askProvider(const QStringList& args) {
 
 // The bundle's canvas as the request flow works on it, with no window to check results in.
 AIRequestHost askHost(CanvasDocument& canvas) {
-    AIRequestHost host;
-    host.canvas = [&canvas] { return &canvas; };
+    AIRequestHost host = canvasRequestHost([&canvas] { return &canvas; }, filters::applyFilter);
     // One analysis per picture: a request may want it twice.
     auto analysed = std::make_shared<std::optional<std::pair<qint64, VisionAnalysis>>>();
     const auto analysis = [&canvas, analysed]() -> const VisionAnalysis& {
@@ -286,53 +271,11 @@ AIRequestHost askHost(CanvasDocument& canvas) {
     // Without a window to check them in, what is found is redacted at once, in black.
     host.redactSensitiveText = [&canvas, analysis](SensitiveKinds kinds,
                                                    std::function<void(int, bool)> done) {
-        const VisionAnalysis& found = analysis();
-        std::vector<imageops::RedactionArea> areas;
-        for (const SensitiveMatch& match : findSensitiveText(found, kinds)) {
-            areas.push_back({redactionAreaFor(match.rect, canvas.image().size(), lineRects(found)),
-                             imageops::RedactionStyle::fill});
-        }
-        if (!areas.empty()) {
-            canvas.replaceImage(
-                imageops::redact(canvas.image(), areas, Color::black(), lineRects(found)),
-                canvas.annotations(), imageops::redactionActionName(int(areas.size())));
-        }
-        done(int(areas.size()), true);
-    };
-    host.applyFilter = [&canvas](const QString& kind, double strength) {
-        const auto filtered = filters::applyFilter(canvas.image(), kind, strength);
-        if (!filtered) {
-            return false;
-        }
-        canvas.replaceImage(*filtered, canvas.annotations(),
-                            imageops::assistantFilterActionName(kind));
-        return true;
-    };
-    host.replaceImage = [&canvas](const QImage& image) {
-        const auto edited =
-            imageops::assistantImage(image, canvas.annotations(), canvas.image().size());
-        if (edited) {
-            canvas.replaceImage(edited->image, edited->annotations,
-                                QString::fromLatin1(imageops::assistantImageActionName));
-        }
+        const auto covered =
+            redactAtOnce(canvas, analysis(), kinds, imageops::RedactionStyle::fill);
+        done(int(covered.size()), true);
     };
     return host;
-}
-
-// Writes back what a request changed: the picture only when it is another one.
-Status saveAskResult(const CanvasDocument& canvas, const QImage& original,
-                     const QString& bundlePath) {
-    const BundleServices services = platformBundleServices();
-    Status saved = canvas.image() == original
-                       ? Status(std::monostate())
-                       : bundle::writeImage(canvas.image(), bundlePath, services);
-    if (saved) {
-        saved = bundle::writeAnnotations(canvas.annotations(), bundlePath, services);
-    }
-    if (saved) {
-        saved = bundle::writePreviews(canvas.image(), canvas.annotations(), bundlePath, services);
-    }
-    return saved;
 }
 
 int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
@@ -370,7 +313,10 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
     AIRequestFlow flow({&gemini, &local, &fonts, log, console::showsContextText(STDERR_FILENO)},
                        askHost(canvas), listener);
 
-    flow.start(*provider, query, isCloudProvider(*provider) ? storedApiKey() : std::nullopt);
+    SecretServiceKeychain keychain(ApiKeyStore::service);
+    const auto key =
+        isCloudProvider(*provider) ? ApiKeyStore(keychain).keyForRequest() : std::nullopt;
+    flow.start(*provider, query, key ? std::optional(key->value) : std::nullopt);
     if (flow.isRunning()) {
         loop.exec();
     }
@@ -379,7 +325,11 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
         return failure;
     }
     if (canvas.undoStack().count() > 0) {
-        if (const Status saved = saveAskResult(canvas, original, bundlePath); !saved) {
+        // The picture is written again only when it is another one.
+        const bundle::Edits edits{.image = canvas.image() != original, .annotations = true};
+        if (const Status saved = bundle::writeEdits(canvas.image(), canvas.annotations(), edits,
+                                                    bundlePath, platformBundleServices());
+            !saved) {
             return fail(err, QStringLiteral("Save failed: ") + saved.error().message);
         }
     }
