@@ -108,6 +108,24 @@ TEST_F(ProjectBundleTest, RefreshImageKeepsAnnotationsAndRedrawsThePreviews) {
     EXPECT_EQ(bundle::loadAnnotations(path()).size(), 1u);
 }
 
+// What an edit changed is written; the previews follow every edit.
+TEST_F(ProjectBundleTest, WriteEditsRewritesWhatChangedAndThePreviews) {
+    const AnnotationList one{
+        makeShape(ShapeAnnotation::Shape::rect, QRectF(20, 20, 10, 10), AnnotationStyle())};
+    QImage tall(30, 90, QImage::Format_RGB32);
+    tall.fill(Qt::green);
+    for (const bundle::Edits edits :
+         {bundle::Edits{true, false}, bundle::Edits{false, true}, bundle::Edits{true, true}}) {
+        SCOPED_TRACE(::testing::Message() << edits.image << edits.annotations);
+        ASSERT_TRUE(bundle::write(screenshot(80, 60), {}, path(), BundleServices{}));
+        ASSERT_TRUE(bundle::writeEdits(tall, one, edits, path(), BundleServices{}));
+        EXPECT_EQ(bundle::readImage(path()).size(), edits.image ? QSize(30, 90) : QSize(80, 60));
+        EXPECT_EQ(bundle::loadAnnotations(path()).size(), edits.annotations ? 1u : 0u);
+        EXPECT_EQ(QImage(file("thumbnail.png")).size(), QSize(10, 30));
+        QDir(path()).removeRecursively();
+    }
+}
+
 TEST_F(ProjectBundleTest, OverlayFilesStayInsideTheBundle) {
     ASSERT_TRUE(
         bundle::write(screenshot(50, 50), {overlayWithRef("../escape")}, path(), BundleServices{}));

@@ -63,6 +63,16 @@ TEST_F(KeychainTest, ApiKeyFieldTrimsSavesAndDeletes) {
 
     ASSERT_TRUE(keychain.save(QString(), ApiKeyStore::account));
     EXPECT_FALSE(key.hasKey()); // an empty stored value counts as none
+
+    // A request's key: the environment's over the stored one, a blank variable as none.
+    const auto keyWith = [&key](const char* variable) {
+        const auto found = key.keyForRequest([variable](const char*) { return variable; });
+        return found ? found->value + (found->stored ? "/stored" : "/env") : QStringLiteral("none");
+    };
+    EXPECT_EQ(keyWith(""), "none");
+    ASSERT_TRUE(key.setFromField("AIza-stored"));
+    EXPECT_EQ(keyWith(" AIza-env "), "AIza-env/env");
+    EXPECT_EQ(keyWith(" "), "AIza-stored/stored");
 }
 
 // Whether a key is stored comes from the items' attributes, never by reading (and so unlocking)
