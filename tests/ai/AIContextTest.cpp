@@ -3,6 +3,7 @@
 #include "model/AnnotationStyle.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 using namespace vellumix;
 
@@ -136,4 +137,30 @@ TEST(LineSizes, BucketsAroundTheUpperMedian) {
     three[0].relativeSize = OCRLineSize::small;
     assignLineSizes(three);
     EXPECT_EQ(three[0].relativeSize, OCRLineSize::regular);
+}
+
+// What `vellumix-bundle analyze` prints reads back as far as a request's context needs it.
+TEST(AnalysisJson, WhatIsWrittenReadsBack) {
+    VisionAnalysis analysis;
+    analysis.classifications = {"document"};
+    analysis.lines = {{"Total due", QRectF(4, 5, 60, 12.5), OCRLineSize::large}};
+    analysis.lines[0].words = {{6, 3, QRectF(40, 5, 24, 12.5)}};
+    analysis.salientRegions = {{QRectF(1, 2, 3, 4), 0.5f}};
+    const nlohmann::ordered_json written = analysisToJson(analysis);
+    EXPECT_EQ(written["lines"][0]["words"][0].dump(),
+              R"({"text":"due","rect":[40.0,5.0,24.0,12.5]})");
+    const auto read = analysisFromJson(nlohmann::json::parse(written.dump()));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->classifications, analysis.classifications);
+    EXPECT_EQ(read->lines[0].text, "Total due");
+    EXPECT_EQ(read->lines[0].rect, analysis.lines[0].rect);
+    EXPECT_EQ(read->lines[0].relativeSize, OCRLineSize::large);
+    EXPECT_EQ(read->salientRegions[0].rect, QRectF(1, 2, 3, 4));
+    EXPECT_EQ(read->salientRegions[0].confidence, 0.5f);
+    // A confidence out of range is clamped; a line without its text, or no object, is refused.
+    const auto clamped = analysisFromJson(
+        nlohmann::json::parse(R"({"salientRegions":[{"rect":[0,0,1,1],"confidence":7}]})"));
+    EXPECT_EQ(clamped->salientRegions[0].confidence, 1.0f);
+    EXPECT_FALSE(analysisFromJson(nlohmann::json::parse(R"({"lines":[{"rect":[0,0,1,1]}]})")));
+    EXPECT_FALSE(analysisFromJson(nlohmann::json::array()));
 }

@@ -7,7 +7,6 @@
 #include "ai/GeminiService.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/CanvasDocument.h"
-#include "model/AnnotationGeometry.h"
 #include "model/Fonts.h"
 
 #include <QBuffer>
@@ -170,12 +169,9 @@ TEST_F(AIRequestFlowTest, LocalAnnotationEditIsOneUndoStepAndARefusalChangesNoth
     EXPECT_TRUE(logLines.contains("[Vellumix] AI route: llm=annotationEdit fast=question → "
                                   "annotationEdit  query=\"is the total boxed? box it\""));
     EXPECT_EQ(last(events.responses), "Boxed the total.");
+    // Where the box lands and the step's name are the commander's (AICanvasCommanderTest).
     ASSERT_EQ(canvas.annotations().size(), 1u);
-    // Image pixel (10, 20) is canvas point (30, 40).
-    EXPECT_EQ(geometry::bounds(canvas.annotations()[0]), QRectF(30, 40, 90, 30));
     EXPECT_EQ(canvas.undoStack().count(), 1);
-    EXPECT_TRUE(canvas.undoStack().undoText().endsWith(" (AI)"))
-        << canvas.undoStack().undoText().toStdString();
 
     events = {};
     serveLocal(
@@ -379,9 +375,7 @@ TEST_F(AIRequestFlowTest, AskCommandAppliesTheAnswerToTheBundleAndReportsFailure
     EXPECT_EQ(drawn.status, 0) << drawn.err.toStdString();
     EXPECT_EQ(drawn.out, "Drew 2 shapes: title, button.\n");
     EXPECT_EQ(cloud.requests().back().header("x-goog-api-key"), "k-env");
-    const AnnotationList stored = bundle::loadAnnotations(bundlePath);
-    ASSERT_EQ(stored.size(), 2u);
-    EXPECT_EQ(geometry::bounds(stored[1]), QRectF(40, 70, 40, 30));
+    EXPECT_EQ(bundle::loadAnnotations(bundlePath).size(), 2u);
 
     // A cloud image edit rewrites the bundle's picture.
     serveCloud("imageEdit", Response::json(200, geminiImage(QSize(100, 50), Qt::blue)));

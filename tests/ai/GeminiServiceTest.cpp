@@ -95,10 +95,8 @@ TEST_F(GeminiServiceTest, ClassifySendsItsInstructionAndReadsTheWord) {
     auto call = service().classifyQuery(apiKey, "circle the logo",
                                         [&](GeminiClassifyResult r) { result = r; });
     const GeminiClassifyResult answer = await(result);
+    // What else the answer holds is the parser's (GeminiResponsesTest); the time is the call's.
     EXPECT_EQ(answer.mode, QueryMode::annotationEdit);
-    EXPECT_EQ(answer.promptTokens, 1301);
-    EXPECT_EQ(answer.responseTokens, 11);
-    EXPECT_EQ(answer.modelVersion, "gemini-3.5-flash");
     EXPECT_GT(answer.duration, 0);
     EXPECT_FALSE(call->isRunning());
 
@@ -137,8 +135,6 @@ TEST_F(GeminiServiceTest, QuestionSendsImagesInOrderAndReportsProgress) {
     ASSERT_TRUE(std::holds_alternative<GeminiResult>(answer)) << failureText(answer).toStdString();
     const GeminiResult& result = std::get<GeminiResult>(answer);
     EXPECT_EQ(result.text, "Two buttons.");
-    EXPECT_EQ(result.totalTokens, 1350);
-    EXPECT_EQ(result.responseBytes, geminiText("Two buttons.").size());
     EXPECT_EQ(statuses,
               (QStringList{"Sending image & annotations: ↑ 0 KB…", "Processing your prompt…"}));
 
@@ -238,9 +234,6 @@ TEST_F(GeminiServiceTest, ImageEditTakesTheFirstOfTwoImagesAndTellsEachStage) {
     const GeminiResult& result = std::get<GeminiResult>(answer);
     ASSERT_TRUE(result.image.has_value());
     EXPECT_EQ(result.image->size(), QSize(3, 2));
-    EXPECT_EQ(result.image->pixel(0, 0), qRgb(255, 0, 0));
-    EXPECT_EQ(result.text, std::nullopt);
-    EXPECT_EQ(result.modelVersion, "gemini-3-pro-image");
     EXPECT_EQ(statuses,
               (QStringList{"Sending image: ↑ 0 KB…", "Gemini processing…", "Parsing response…"}));
 

@@ -3,6 +3,7 @@
 // the server's own errors. The answers are gibberish by construction; nothing here asserts on
 // their meaning.
 
+#include "AIEvents.h"
 #include "LlamaServerProcess.h"
 #include "TinyGguf.h"
 #include "ai/AIRequestFlow.h"
@@ -22,19 +23,10 @@
 
 using namespace vellumix;
 using namespace std::chrono_literals;
+using vellumix::test::describe;
 using vellumix::test::LlamaServerProcess;
 
 namespace {
-
-// "status: Thinking… | text: Vm | …", so a failing comparison shows what arrived.
-std::string describe(const QList<AIEvent>& events) {
-    QStringList lines;
-    for (const AIEvent& e : events) {
-        static const char* names[] = {"status", "text", "failed", "complete"};
-        lines << QString::fromLatin1(names[int(e.kind)]) + QStringLiteral(": ") + e.text;
-    }
-    return lines.join(QStringLiteral(" | ")).toStdString();
-}
 
 const QString context = QStringLiteral("Image size: 400 × 300 px\nExisting annotations: 0");
 
@@ -84,14 +76,7 @@ protected:
         return [this](const AIEvent& e) { events << e; };
     }
 
-    bool awaitEnd() {
-        return QTest::qWaitFor(
-            [this] {
-                return !events.isEmpty() && (events.back().kind == AIEvent::Kind::complete ||
-                                             events.back().kind == AIEvent::Kind::failed);
-            },
-            120'000);
-    }
+    bool awaitEnd() { return test::awaitEnd(events, 120'000); }
 
     QString serverOutput() const { return s_server ? s_server->output() : QString(); }
 
@@ -138,7 +123,7 @@ TEST_F(RealLlamaServerTest, AQuestionsAnswerStreamsInAndEnds) {
     ASSERT_TRUE(awaitEnd());
     ASSERT_GE(events.size(), 4) << describe(events);
     EXPECT_EQ(events.front(), AIEvent::status(QStringLiteral("Thinking…")));
-    EXPECT_EQ(describe(events.mid(events.size() - 2)), "status: Done | complete: ");
+    EXPECT_EQ(describe(events.mid(events.size() - 2)), "status: Done | complete");
     // Each update holds the whole answer so far.
     const QString answer = events[events.size() - 3].text;
     EXPECT_FALSE(answer.isEmpty());

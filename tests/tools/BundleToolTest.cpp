@@ -5,8 +5,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFontMetricsF>
-#include <QPainter>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -94,16 +92,6 @@ TEST_F(BundleToolTest, CreateReadsHeic) {
     EXPECT_TRUE(test_support::looksLikeHeicPicture(bundle::readImage(bundlePath())));
 }
 
-TEST_F(BundleToolTest, UnreadableAnnotationsReadAsNone) {
-    ASSERT_EQ(runTool({"create", imagePath(), bundlePath()}).status, 0);
-    QFile file(QDir(bundlePath()).filePath("annotations.json"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("{ this is not json");
-    file.close();
-    EXPECT_EQ(runTool({"info", bundlePath()}).out, QStringLiteral("[]\n"));
-    EXPECT_EQ(runTool({"render", bundlePath(), dir.filePath("o.png")}).status, 0);
-}
-
 // The installed command itself: exit status and standard error as a script sees them.
 TEST_F(BundleToolTest, CommandLineBinaryReportsFailuresWithoutCrashing) {
     QProcess process;
@@ -157,36 +145,8 @@ TEST_F(BundleToolTest, ApplyDrawsUpdatesAndDeletesAsDirectivesAsk) {
     EXPECT_EQ(runTool({"apply", dir.filePath("missing.vellumix"), directives}).status, 1);
 }
 
-TEST_F(BundleToolTest, ContextTakesAnAnalysisFile) {
-    ASSERT_EQ(runTool({"create", imagePath(), bundlePath()}).status, 0);
-    const QString analysis = dir.filePath("a.json");
-    QFile f(analysis);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write(R"({"classifications":["document"],"lines":[{"text":"Total due","rect":[4,5,60,12.5],
-              "relativeSize":"large"}],"salientRegions":[{"rect":[1,2,3,4],"confidence":0.5}]})");
-    f.close();
-    const ToolRun r =
-        runTool({"context", bundlePath(), "--route", "question", "--analysis", analysis});
-    ASSERT_EQ(r.status, 0) << qPrintable(r.err);
-    EXPECT_EQ(r.out, QStringLiteral("Image size: 120 × 80 px\n"
-                                    "Image content (Vision classifications): document\n"
-                                    "Salient regions (Vision objectness, image-pixel coords):\n"
-                                    "  [1,2 3×4] confidence=0.50\n"
-                                    "Text recognized in image (Vision OCR, image-pixel coords; "
-                                    "size only when not regular):\n"
-                                    "  [4,5 60×13] \"Total due\" (large)\n"
-                                    "Annotations: 0\n"
-                                    "Selected annotations: 0\n"));
-    const ToolRun compact = runTool({"context", bundlePath(), "--route", "annotationEdit",
-                                     "--query", "circle the total", "--analysis", analysis});
-    EXPECT_TRUE(compact.out.contains(
-        "Text recognized in image (image-pixel coords):\n  [4,5 60×13] \"Total due\"\n"));
-}
-
 TEST_F(BundleToolTest, AnalyzeFeedsContextAndRedactHidesWhatItFinds) {
     // An e-mail address and an IP address as an interface shows them.
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(20);
     const QImage page =
         test::textPicture(QSize(640, 90), 20,
                           {{QPoint(20, 35), QStringLiteral("Contact: jane.doe@example.com")},
@@ -219,20 +179,10 @@ TEST_F(BundleToolTest, AnalyzeFeedsContextAndRedactHidesWhatItFinds) {
     ASSERT_EQ(covered.size(), 1u) << redacted.out.toStdString();
     EXPECT_EQ(covered[0]["kind"], "email");
     EXPECT_FALSE(redacted.out.contains("jane")); // what was covered, never the text
-    // Black over the address, every other pixel as it was: the label and the other line stay.
-    const QImage image = bundle::readImage(bundlePath()).convertToFormat(QImage::Format_RGB32);
+    // Black over the address, saved into the bundle. Where the box lies on real text is
+    // SensitiveTextTest's and RedactionOcrTest's; that only the box changes, RedactionTest's.
     const auto& r = covered[0]["rect"];
-    const QRectF area(r[0].get<double>(), r[1].get<double>(), r[2].get<double>(),
-                      r[3].get<double>());
-    EXPECT_EQ(image.pixel(area.center().toPoint()), qRgb(0, 0, 0));
-    int changedOutside = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const bool inside = area.adjusted(-1, -1, 1, 1).contains(QPointF(x + 0.5, y + 0.5));
-            changedOutside += !inside && image.pixel(x, y) != page.pixel(x, y);
-        }
-    }
-    EXPECT_EQ(changedOutside, 0);
-    EXPECT_LT(area.left(), 20 + QFontMetricsF(font).horizontalAdvance("Contact: j"));
-    EXPECT_GT(area.left(), 20 + QFontMetricsF(font).horizontalAdvance("Contact:"));
+    const QPointF centre(r[0].get<double>() + r[2].get<double>() / 2,
+                         r[1].get<double>() + r[3].get<double>() / 2);
+    EXPECT_EQ(bundle::readImage(bundlePath()).pixel(centre.toPoint()), qRgb(0, 0, 0));
 }
