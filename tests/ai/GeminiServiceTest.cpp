@@ -73,6 +73,15 @@ protected:
         return [this](const QString& text) { statuses << text; };
     }
 
+    using Outcome = std::optional<GeminiOutcome<GeminiResult>>;
+    // "q" about a small black picture (or `images`) with `key`; the outcome lands in `slot`.
+    std::unique_ptr<GeminiCall> ask(Outcome& slot, const QString& key = apiKey,
+                                    const QList<QImage>& images = {
+                                        filled(QSize(2, 2), Qt::black)}) {
+        return service().answerQuestion(key, images, "q", std::nullopt, {},
+                                        [&slot](GeminiOutcome<GeminiResult> o) { slot = o; });
+    }
+
     template <class T> T await(const std::optional<T>& slot, int ms = 5000) {
         EXPECT_TRUE(QTest::qWaitFor([&slot] { return slot.has_value(); }, ms));
         return slot.value_or(T{});
@@ -156,18 +165,14 @@ TEST_F(GeminiServiceTest, QuestionFailuresCarryTheirTexts) {
         return answered++ == 0 ? FakeHttpServer::Response::json(429, "quota")
                                : FakeHttpServer::Response::json(500, "\xff\xfe not text");
     });
-    const QList<QImage> image{filled(QSize(2, 2), Qt::green)};
-    std::optional<GeminiOutcome<GeminiResult>> quota, binary, keyless, imageless;
-    const auto record = [](auto& slot) {
-        return [&slot](GeminiOutcome<GeminiResult> o) { slot = o; };
-    };
-    auto a = service().answerQuestion(apiKey, image, "q", std::nullopt, {}, record(quota));
+    Outcome quota, binary, keyless, imageless;
+    auto a = ask(quota);
     EXPECT_EQ(failureText(await(quota)), "Gemini API error 429: quota");
-    auto b = service().answerQuestion(apiKey, image, "q", std::nullopt, {}, record(binary));
+    auto b = ask(binary);
     EXPECT_EQ(failureText(await(binary)), "Gemini API error 500: <no body>");
 
-    auto c = service().answerQuestion("", image, "q", std::nullopt, {}, record(keyless));
-    auto d = service().answerQuestion(apiKey, {}, "q", std::nullopt, {}, record(imageless));
+    auto c = ask(keyless, "");
+    auto d = ask(imageless, apiKey, {});
     EXPECT_EQ(failureText(await(keyless)), "Gemini API key missing. Add one in Settings.");
     EXPECT_EQ(failureText(await(imageless)), "Couldn't parse Gemini response: No images to send");
     EXPECT_EQ(server.requests().size(), 2);
@@ -183,13 +188,10 @@ TEST_F(GeminiServiceTest, TheKeyNeverFollowsARedirectNorBreaksTheHeader) {
     moved.status = 307;
     moved.headers = {{"Location", "/elsewhere"}};
     server.answerWith(moved);
-    const QList<QImage> image{filled(QSize(2, 2), Qt::black)};
-    std::optional<GeminiOutcome<GeminiResult>> redirected, injected;
-    auto a = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
-                                      [&](GeminiOutcome<GeminiResult> o) { redirected = o; });
+    Outcome redirected, injected;
+    auto a = ask(redirected);
     EXPECT_EQ(failureText(await(redirected)), "Gemini API error 307: ");
-    auto b = service().answerQuestion("key\r\nX-Injected: 1", image, "q", std::nullopt, {},
-                                      [&](GeminiOutcome<GeminiResult> o) { injected = o; });
+    auto b = ask(injected, "key\r\nX-Injected: 1");
     EXPECT_EQ(failureText(await(injected)),
               "Couldn't parse Gemini response: The API key holds characters a header can't carry");
     QTest::qWait(100);
@@ -201,11 +203,10 @@ TEST_F(GeminiServiceTest, AnAddressThatWouldCarryTheKeyInClearIsNeverCalled) {
     options.baseUrl = QStringLiteral("http://generativelanguage.googleapis.com");
     const QList<QImage> image{filled(QSize(2, 2), Qt::black)};
     std::optional<GeminiClassifyResult> classified;
-    std::optional<GeminiOutcome<GeminiResult>> answered, edited;
+    Outcome answered, edited;
     std::optional<GeminiOutcome<GeminiDetectionResult>> detected;
     auto a = service().classifyQuery(apiKey, "q", [&](GeminiClassifyResult r) { classified = r; });
-    auto b = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
-                                      [&](GeminiOutcome<GeminiResult> o) { answered = o; });
+    auto b = ask(answered);
     auto c = service().generateImage(apiKey, image, "q", std::nullopt, "m", {},
                                      [&](GeminiOutcome<GeminiResult> o) { edited = o; });
     auto d = service().detectAnnotations(
@@ -282,15 +283,13 @@ TEST_F(GeminiServiceTest, ADroppedConnectionIsReportedOnceWithoutRetry) {
         FakeHttpServer::Response::json(200, geminiText("a long answer that never ends"));
     response.closeAfterBodyBytes = 40;
     server.answerWith(response);
-    std::optional<GeminiOutcome<GeminiResult>> outcome;
-    auto call =
-        service().answerQuestion(apiKey, {filled(QSize(2, 2), Qt::black)}, "q", std::nullopt, {},
-                                 [&](GeminiOutcome<GeminiResult> o) { outcome = o; });
+    Outcome outcome;
+    auto call = ask(outcome);
     const auto answer = await(outcome);
     ASSERT_TRUE(std::holds_alternative<GeminiFailure>(answer));
-    const GeminiFailure& failure = std::get<GeminiFailure>(answer);
-    EXPECT_TRUE(service().describeError(failure).startsWith(
-        "Gemini closed the connection mid-response. This usually means"));
+    EXPECT_TRUE(service()
+                    .describeError(std::get<GeminiFailure>(answer))
+                    .startsWith("Gemini closed the connection mid-response. This usually means"));
     EXPECT_TRUE(logLines.last().startsWith("[Vellumix] Gemini error: NetworkError — "));
     QTest::qWait(100);
     EXPECT_EQ(server.requests().size(), 1);
@@ -306,9 +305,8 @@ TEST_F(GeminiServiceTest, SilentServersTimeOut) {
     const QList<QImage> image{filled(QSize(2, 2), Qt::black)};
     QElapsedTimer clock;
     clock.start();
-    std::optional<GeminiOutcome<GeminiResult>> question, edit;
-    auto a = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
-                                      [&](GeminiOutcome<GeminiResult> o) { question = o; });
+    Outcome question, edit;
+    auto a = ask(question);
     auto b = service().generateImage(apiKey, image, "p", std::nullopt, gemini::flashImageModel, {},
                                      [&](GeminiOutcome<GeminiResult> o) { edit = o; });
     EXPECT_EQ(failureText(await(question)), "The request timed out.");
@@ -358,14 +356,11 @@ TEST_F(GeminiServiceTest, OversizedBodiesAreRefused) {
         }
         return response;
     });
-    const QList<QImage> image{filled(QSize(2, 2), Qt::black)};
-    std::optional<GeminiOutcome<GeminiResult>> announced, streamed;
-    auto a = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
-                                      [&](GeminiOutcome<GeminiResult> o) { announced = o; });
+    Outcome announced, streamed;
+    auto a = ask(announced);
     EXPECT_EQ(failureText(await(announced)),
               "Couldn't parse Gemini response: Response too large (over 64 MiB)");
-    auto b = service().answerQuestion(apiKey, image, "q", std::nullopt, {},
-                                      [&](GeminiOutcome<GeminiResult> o) { streamed = o; });
+    auto b = ask(streamed);
     EXPECT_EQ(failureText(await(streamed, 15000)),
               "Couldn't parse Gemini response: Response too large (over 64 MiB)");
 }
