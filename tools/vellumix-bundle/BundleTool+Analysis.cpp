@@ -2,7 +2,6 @@
 #include "ai/SensitiveText.h"
 #include "bundle/ProjectBundle.h"
 #include "canvas/CanvasDocument.h"
-#include "desktop/BundleServices.h"
 #include "imaging/Redaction.h"
 #include "vision/VisionAnalyzer.h"
 
@@ -99,11 +98,8 @@ int redact(const QStringList& args, QTextStream& out, QTextStream& err) {
             {{"kind", sensitiveKindKey(kind).toStdString()}, {"rect", rectJson(area)}});
     }
     if (!areas.empty()) {
-        const bundle::Edits changed{.image = true};
-        if (const Status saved = bundle::writeEdits(canvas.image(), canvas.annotations(), changed,
-                                                    args[0], platformBundleServices());
-            !saved) {
-            return fail(err, QStringLiteral("Save failed: ") + saved.error().message);
+        if (!saveEdits(canvas, {.image = true}, args[0], err)) {
+            return failure;
         }
     }
     out << QString::fromStdString(covered.dump()) << Qt::endl;

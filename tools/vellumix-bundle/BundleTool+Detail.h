@@ -3,6 +3,7 @@
 // Shared by the files of vellumix-bundle only.
 
 #include "ai/SensitiveText.h"
+#include "bundle/ProjectBundle.h"
 #include "imaging/Redaction.h"
 
 #include <QStringList>
@@ -27,6 +28,11 @@ int usage(QTextStream& err);
 /// The canvas of a bundle (its image and annotations); false, with the failure on `err`, when
 /// it is no bundle with a readable image.
 bool loadCanvas(const QString& bundlePath, CanvasDocument& canvas, QTextStream& err);
+
+/// Writes back what a command changed in the bundle's canvas; false, with the "Save failed: "
+/// line on `err`, when it could not.
+bool saveEdits(const CanvasDocument& canvas, bundle::Edits edits, const QString& bundlePath,
+               QTextStream& err);
 
 /// Redacts the sensitive text of these kinds into the canvas's image at once, as one undo step:
 /// without a window there is nobody to check proposals. The areas covered, with their kinds.

@@ -17,6 +17,7 @@
 #include "filters/ImageFilters.h"
 #include "library/Keychain.h"
 #include "model/CodableAnnotation.h"
+#include "process/ConsoleLog.h"
 #include "vision/VisionAnalyzer.h"
 
 #include <QEventLoop>
@@ -40,6 +41,10 @@ const char* const usageText =
     "       vellumix-bundle analyze BUNDLE\n"
     "       vellumix-bundle redact BUNDLE [--kinds email,url,ip,phone,card,jwt,secret] "
     "[--style fill|pixelate]";
+
+QString notABundle(const QString& path) {
+    return QStringLiteral("%1 is not a bundle with a readable image.png").arg(path);
+}
 
 } // namespace
 
@@ -78,8 +83,7 @@ int create(const QString& imagePath, const QString& bundlePath, QTextStream& err
 
 int info(const QString& bundlePath, QTextStream& out, QTextStream& err) {
     if (!bundle::isBundle(bundlePath)) {
-        return fail(err,
-                    QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
+        return fail(err, notABundle(bundlePath));
     }
     out << QString::fromStdString(encodeAnnotations(bundle::loadAnnotations(bundlePath)))
         << Qt::endl;
@@ -101,8 +105,7 @@ int renderBundle(const QStringList& args, QTextStream& err) {
     }
     const QImage image = bundle::readImage(bundlePath);
     if (!QFileInfo(bundlePath).isDir() || image.isNull()) {
-        return fail(err,
-                    QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
+        return fail(err, notABundle(bundlePath));
     }
     const AnnotationList annotations = bundle::loadAnnotations(bundlePath);
     options.outputSize = QSizeF(image.size());
@@ -138,12 +141,22 @@ std::optional<nlohmann::json> readJsonFile(const QString& path, QTextStream& err
 bool bundletool::loadCanvas(const QString& bundlePath, CanvasDocument& canvas, QTextStream& err) {
     const QImage image = bundle::readImage(bundlePath);
     if (!QFileInfo(bundlePath).isDir() || image.isNull()) {
-        fail(err, QStringLiteral("%1 is not a bundle with a readable image.png").arg(bundlePath));
+        fail(err, notABundle(bundlePath));
         return false;
     }
     canvas.setImage(image);
     canvas.setAnnotationsWithoutUndo(bundle::loadAnnotations(bundlePath));
     return true;
+}
+
+bool bundletool::saveEdits(const CanvasDocument& canvas, bundle::Edits edits,
+                           const QString& bundlePath, QTextStream& err) {
+    const Status saved = bundle::writeEdits(canvas.image(), canvas.annotations(), edits, bundlePath,
+                                            platformBundleServices());
+    if (!saved) {
+        fail(err, console::saveFailedLine(saved.error().message));
+    }
+    return bool(saved);
 }
 
 namespace {
@@ -174,11 +187,8 @@ int applyDirectives(const QString& bundlePath, const QString& directivesPath, QT
     const bool changed =
         !result.created.empty() || !result.deleted.empty() || !result.updated.empty();
     if (changed) {
-        const bundle::Edits edits{.annotations = true};
-        if (const Status saved = bundle::writeEdits(canvas.image(), canvas.annotations(), edits,
-                                                    bundlePath, platformBundleServices());
-            !saved) {
-            return fail(err, QStringLiteral("Save failed: ") + saved.error().message);
+        if (!saveEdits(canvas, {.annotations = true}, bundlePath, err)) {
+            return failure;
         }
     }
     out << action << '\n' << result.summary << Qt::endl;
@@ -326,11 +336,9 @@ int ask(const QStringList& args, QTextStream& out, QTextStream& err) {
     }
     if (canvas.undoStack().count() > 0) {
         // The picture is written again only when it is another one.
-        const bundle::Edits edits{.image = canvas.image() != original, .annotations = true};
-        if (const Status saved = bundle::writeEdits(canvas.image(), canvas.annotations(), edits,
-                                                    bundlePath, platformBundleServices());
-            !saved) {
-            return fail(err, QStringLiteral("Save failed: ") + saved.error().message);
+        if (!saveEdits(canvas, {.image = canvas.image() != original, .annotations = true},
+                       bundlePath, err)) {
+            return failure;
         }
     }
     out << answer << Qt::endl;
