@@ -158,7 +158,6 @@ TEST(DirectiveSchemas, GuidesAndDetectionSchemaListEveryFieldInOrder) {
     EXPECT_STREQ(guides.front().name, "shouldDraw");
     EXPECT_STREQ(guides[12].name, "cornerRadius");
     EXPECT_STREQ(guides.back().name, "summary");
-    EXPECT_STREQ(filterDirectiveGuides()[2].name, "strength");
 
     const auto schema = detectionSchema();
     // That every field is required, and the enums, are checked on the request that sends it.

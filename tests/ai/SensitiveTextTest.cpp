@@ -520,15 +520,6 @@ TEST(SensitiveRequests, KindsAndVerbsFromPlainLanguage) {
     }
 }
 
-TEST(SensitiveRequests, EveryKindHasADisplayName) {
-    QStringList names;
-    for (SensitiveKind kind : sensitiveKindsBySpecificity) {
-        names << sensitiveKindName(kind);
-    }
-    EXPECT_EQ(names, QStringList({"JWT", "Card number", "URL with token", "Email address",
-                                  "IP address", "Phone number", "Secret"}));
-}
-
 // Garbage, huge and degenerate lines: no crash, no runaway matching, spans inside their text and
 // boxes inside their lines.
 TEST(SensitiveRobustness, GarbageLinesStayInsideTheirBoxes) {
