@@ -176,10 +176,9 @@ bool EditorWindowController::writeProject(const QString& path) {
     document.commitTextEditing(false);
     const Status written = bundle::replaceProject(currentImage(), document.annotations(), path,
                                                   platformBundleServices());
-    const QString failure = written ? QString() : written.error().message;
-    if (!failure.isEmpty()) {
+    if (!written) {
         QApplication::beep();
-        report(QStringLiteral("Save Project failed: ") + failure);
+        report(QStringLiteral("Save Project failed: ") + written.error().message);
         return false;
     }
     if (m_services.history) {
