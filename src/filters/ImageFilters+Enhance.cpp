@@ -88,27 +88,37 @@ double vibranceAfter(const QImage& work, const std::array<uchar, 256>& tone, lon
     return kMaxVibrance * std::clamp((kVividChroma - meanChroma) / kChromaSpan, 0.0, 1.0);
 }
 
-std::optional<Adjustment> computeAdjustment(const QImage& work) {
-    std::array<long long, 256> histogram{};
+// The luminance spread of a picture's samples: the darkest and lightest levels once the
+// clipped share is left out at each end (none for graphics), and the median.
+struct Spread {
     long long count = 0;
+    bool graphic = false;
+    int lo = 0;
+    int hi = 255;
+    int median = 0;
+};
+
+std::optional<Spread> measureSpread(const QImage& work) {
+    std::array<long long, 256> histogram{};
+    Spread spread;
     long long flat = 0;
     forSamples(work, [&](int r, int g, int b, bool sameAsNext) {
         ++histogram[luma(r, g, b)];
-        ++count;
+        ++spread.count;
         flat += sameAsNext;
     });
+    const long long count = spread.count;
     if (count == 0) {
         return std::nullopt;
     }
     std::array<long long, 256> fullest = histogram;
     std::partial_sort(fullest.begin(), fullest.begin() + 4, fullest.end(), std::greater<>());
-    const bool graphic =
-        fullest[0] + fullest[1] + fullest[2] + fullest[3] > kGraphicShare * count ||
-        flat > kFlatShare * count;
-    const auto clip = graphic ? 0LL : static_cast<long long>(count * kClipShare);
-    int lo = 0;
-    int hi = 255;
-    int median = 0;
+    spread.graphic = fullest[0] + fullest[1] + fullest[2] + fullest[3] > kGraphicShare * count ||
+                     flat > kFlatShare * count;
+    const auto clip = spread.graphic ? 0LL : static_cast<long long>(count * kClipShare);
+    int& lo = spread.lo;
+    int& hi = spread.hi;
+    int& median = spread.median;
     for (long long below = 0; lo < 255 && below + histogram[lo] <= clip; ++lo) {
         below += histogram[lo];
     }
@@ -118,6 +128,15 @@ std::optional<Adjustment> computeAdjustment(const QImage& work) {
     for (long long below = histogram[0]; median < 255 && 2 * below < count;) {
         below += histogram[++median];
     }
+    return spread;
+}
+
+std::optional<Adjustment> computeAdjustment(const QImage& work) {
+    const std::optional<Spread> spread = measureSpread(work);
+    if (!spread) {
+        return std::nullopt;
+    }
+    const auto [count, graphic, lo, hi, median] = *spread;
 
     // 1. Levels, blended in by how dull the image is.
     const int range = std::max(hi - lo, 0);
