@@ -3,6 +3,7 @@
 #include "PngRowFilter.h"
 #include "model/Parallel.h"
 
+#include <QThread>
 #include <QtEndian>
 
 #include <algorithm>
@@ -15,15 +16,23 @@ namespace vellumix {
 // into a raw deflate segment that ends on a byte boundary (a sync flush), the last one with
 // the final block. Concatenated under one zlib header and one combined Adler-32 they form the
 // single zlib stream a PNG's IDAT data must be; decoders cannot tell it from a serial one.
+// Each band's compressor is primed with the 32 KiB of filtered bytes that precede the band, so
+// matches reach across the cut as they would in one serial stream.
 namespace {
 
 constexpr uchar pngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
 // Level 6 with the filtered-data strategy and a filter chosen per row, as libpng does, keeps
 // files no larger than Qt's writer makes (lower levels, a shorter match search or Up alone on
-// every row all lost 1-9% to it); the bands on every core make it faster than Qt's.
+// every row all lost 1-9% to it, and libdeflate needed level 8 on screenshots and 10 on
+// photos to match it); the bands on every core make it faster than Qt's.
 constexpr int compressionLevel = 6;
-// Bands smaller than this are not worth a thread.
-constexpr int minimumBandRows = 64;
+constexpr size_t windowSize = 32768;
+// Bands smaller than this are not worth a task.
+constexpr long long minimumBandBytes = 256 * 1024;
+// Several bands per core, so that a core that finishes its easy bands early takes on more.
+constexpr int bandsPerCore = 4;
+// Rows are filtered into a chunk about this size and deflated while it is still in cache.
+constexpr size_t chunkBytes = 128 * 1024;
 
 struct Segment {
     QByteArray deflated;
@@ -47,58 +56,125 @@ void appendChunk(QByteArray& out, const char type[4], const QByteArray& data) {
     appendBigEndian(out, static_cast<quint32>(crc));
 }
 
-// One row in PNG byte order (RGB or RGBA, not premultiplied).
-void rowBytes(const QImage& argb, int y, int channels, std::vector<uchar>& row) {
-    const auto* pixels = reinterpret_cast<const QRgb*>(argb.constScanLine(y));
-    uchar* out = row.data();
-    for (int x = 0; x < argb.width(); ++x) {
-        const QRgb p = pixels[x];
-        *out++ = static_cast<uchar>(qRed(p));
-        *out++ = static_cast<uchar>(qGreen(p));
-        *out++ = static_cast<uchar>(qBlue(p));
-        if (channels == 4) {
-            *out++ = static_cast<uchar>(qAlpha(p));
+// Rows of the picture in PNG byte order (RGB or RGBA, not premultiplied), filtered one by one;
+// each row needs only the one above it.
+class FilteredRows {
+public:
+    FilteredRows(const QImage& argb, int channels, int firstRow)
+        : m_image(argb)
+        , m_channels(channels)
+        , m_rowLength(static_cast<size_t>(argb.width()) * static_cast<size_t>(channels))
+        , m_previous(m_rowLength, 0)
+        , m_current(m_rowLength)
+        , m_filter(m_rowLength, channels)
+        , m_next(firstRow) {
+        if (firstRow > 0) {
+            rowBytes(firstRow - 1, m_previous.data());
         }
     }
+
+    size_t filteredLength() const { return m_rowLength + 1; }
+
+    /// Filters the next row into `out`; returns the end.
+    uchar* next(uchar* out) {
+        rowBytes(m_next++, m_current.data());
+        out = m_filter.write(m_current.data(), m_previous.data(), out);
+        std::swap(m_previous, m_current);
+        return out;
+    }
+
+private:
+    void rowBytes(int y, uchar* out) const {
+        const auto* pixels = reinterpret_cast<const QRgb*>(m_image.constScanLine(y));
+        const QRgb* end = pixels + m_image.width();
+        if (m_channels == 4) {
+            for (; pixels != end; ++pixels, out += 4) {
+                out[0] = static_cast<uchar>(qRed(*pixels));
+                out[1] = static_cast<uchar>(qGreen(*pixels));
+                out[2] = static_cast<uchar>(qBlue(*pixels));
+                out[3] = static_cast<uchar>(qAlpha(*pixels));
+            }
+            return;
+        }
+        for (; pixels != end; ++pixels, out += 3) {
+            out[0] = static_cast<uchar>(qRed(*pixels));
+            out[1] = static_cast<uchar>(qGreen(*pixels));
+            out[2] = static_cast<uchar>(qBlue(*pixels));
+        }
+    }
+
+    const QImage& m_image;
+    int m_channels;
+    size_t m_rowLength;
+    std::vector<uchar> m_previous;
+    std::vector<uchar> m_current;
+    RowFilter m_filter;
+    int m_next;
+};
+
+// Primes the compressor with the filtered rows just above `firstRow`, as far back as the
+// window reaches (and no further than the band is long, so narrow pictures stay cheap).
+bool primeWindow(z_stream& stream, const QImage& argb, int channels, int firstRow, int endRow) {
+    const auto rowsWanted = static_cast<int>(
+        (windowSize + static_cast<size_t>(argb.width()) * static_cast<size_t>(channels)) /
+        (static_cast<size_t>(argb.width()) * static_cast<size_t>(channels) + 1));
+    const int rows = std::min({firstRow, rowsWanted, endRow - firstRow});
+    if (rows <= 0) {
+        return true;
+    }
+    FilteredRows filtered(argb, channels, firstRow - rows);
+    std::vector<uchar> bytes(filtered.filteredLength() * static_cast<size_t>(rows));
+    uchar* out = bytes.data();
+    for (int i = 0; i < rows; ++i) {
+        out = filtered.next(out);
+    }
+    const size_t used = std::min(bytes.size(), windowSize);
+    return deflateSetDictionary(&stream, bytes.data() + bytes.size() - used,
+                                static_cast<uInt>(used)) == Z_OK;
+}
+
+bool deflateRows(z_stream& stream, Segment& segment, FilteredRows& rows, int count, bool last) {
+    const size_t rowsPerChunk = std::max<size_t>(1, chunkBytes / rows.filteredLength());
+    std::vector<uchar> chunk(rowsPerChunk * rows.filteredLength());
+    for (int done = 0; done < count;) {
+        const int n = static_cast<int>(std::min<size_t>(rowsPerChunk, size_t(count - done)));
+        uchar* end = chunk.data();
+        for (int i = 0; i < n; ++i) {
+            end = rows.next(end);
+        }
+        done += n;
+        const auto length = static_cast<uInt>(end - chunk.data());
+        segment.adler = adler32(segment.adler, chunk.data(), length);
+        segment.length += length;
+        stream.next_in = chunk.data();
+        stream.avail_in = length;
+        const int flush = done < count ? Z_NO_FLUSH : last ? Z_FINISH : Z_SYNC_FLUSH;
+        const int result = deflate(&stream, flush);
+        const bool ok = flush == Z_FINISH ? result == Z_STREAM_END : result == Z_OK;
+        if (!ok || stream.avail_in != 0) {
+            return false;
+        }
+    }
+    return true;
 }
 
 Segment deflateBand(const QImage& argb, int channels, int firstRow, int endRow, bool last) {
     Segment segment;
-    const size_t rowLength = static_cast<size_t>(argb.width()) * static_cast<size_t>(channels);
-    std::vector<uchar> filtered((rowLength + 1) * static_cast<size_t>(endRow - firstRow));
-    std::vector<uchar> previous(rowLength, 0);
-    std::vector<uchar> current(rowLength);
-    if (firstRow > 0) {
-        rowBytes(argb, firstRow - 1, channels, previous);
-    }
-    RowFilter filter(rowLength, channels);
-    uchar* out = filtered.data();
-    for (int y = firstRow; y < endRow; ++y) {
-        rowBytes(argb, y, channels, current);
-        out = filter.write(current.data(), previous.data(), out);
-        std::swap(previous, current);
-    }
-
     z_stream stream{};
     if (deflateInit2(&stream, compressionLevel, Z_DEFLATED, -15, 8, Z_FILTERED) != Z_OK) {
         return segment;
     }
-    const uLong bound = deflateBound(&stream, static_cast<uLong>(filtered.size())) + 16;
+    FilteredRows rows(argb, channels, firstRow);
+    const uLong bound = deflateBound(&stream, static_cast<uLong>(rows.filteredLength()) *
+                                                  static_cast<uLong>(endRow - firstRow)) +
+                        16;
     segment.deflated.resize(static_cast<qsizetype>(bound));
-    stream.next_in = filtered.data();
-    stream.avail_in = static_cast<uInt>(filtered.size());
     stream.next_out = reinterpret_cast<Bytef*>(segment.deflated.data());
     stream.avail_out = static_cast<uInt>(bound);
-    const int result = deflate(&stream, last ? Z_FINISH : Z_SYNC_FLUSH);
-    const bool complete = last ? result == Z_STREAM_END : (result == Z_OK && stream.avail_in == 0);
+    segment.ok = primeWindow(stream, argb, channels, firstRow, endRow) &&
+                 deflateRows(stream, segment, rows, endRow - firstRow, last);
     segment.deflated.resize(static_cast<qsizetype>(stream.total_out));
     deflateEnd(&stream);
-    if (!complete) {
-        return segment;
-    }
-    segment.adler = adler32(1, filtered.data(), static_cast<uInt>(filtered.size()));
-    segment.length = static_cast<uLong>(filtered.size());
-    segment.ok = true;
     return segment;
 }
 
@@ -142,7 +218,11 @@ std::optional<QByteArray> encodePngFast(const QImage& image) {
     }
     const int channels = argb.format() == QImage::Format_RGB32 || isOpaque(argb) ? 3 : 4;
 
-    const int bands = parallelPieces(argb.height(), minimumBandRows);
+    const long long bytes = static_cast<long long>(argb.width()) * channels * argb.height();
+    const long long most = std::min<long long>(
+        argb.height(),
+        static_cast<long long>(std::max(1, QThread::idealThreadCount())) * bandsPerCore);
+    const int bands = static_cast<int>(std::clamp(bytes / minimumBandBytes, 1LL, most));
     std::vector<Segment> segments(static_cast<size_t>(bands));
     const auto bandStart = [&](int band) {
         return static_cast<int>(static_cast<long long>(argb.height()) * band / bands);

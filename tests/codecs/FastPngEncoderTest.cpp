@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 #include <random>
+#include <zlib.h>
 
 using namespace vellumix;
 
@@ -26,6 +27,26 @@ QByteArray qtPng(const QImage& image) {
     buffer.open(QIODevice::WriteOnly);
     QImageWriter(&buffer, "png").write(image);
     return data;
+}
+
+// The IDAT data inflated as one zlib stream, or empty if it is not exactly one whole stream
+// whose Adler-32 checks: the bands must join without a final block or a checksum between them.
+QByteArray inflatedIdat(const QByteArray& png, qsizetype expected) {
+    QByteArray idat;
+    for (qsizetype at = 8; at + 12 <= png.size();) {
+        const auto* p = reinterpret_cast<const uchar*>(png.constData() + at);
+        const qsizetype length = (p[0] << 24) | (p[1] << 16) | (p[2] << 8) | p[3];
+        if (png.mid(at + 4, 4) == "IDAT") {
+            idat += png.mid(at + 8, length);
+        }
+        at += length + 12;
+    }
+    QByteArray raw(expected + 1, '\0'); // one spare byte shows data left over
+    uLongf size = static_cast<uLongf>(raw.size());
+    const int result = uncompress(reinterpret_cast<Bytef*>(raw.data()), &size,
+                                  reinterpret_cast<const Bytef*>(idat.constData()),
+                                  static_cast<uLong>(idat.size()));
+    return result == Z_OK ? raw.left(static_cast<qsizetype>(size)) : QByteArray();
 }
 
 // Content for every row filter: flat runs, gradients (Sub, Up, Average), noise (Paeth, None),
@@ -54,8 +75,9 @@ QImage mixed(int width, int height, QImage::Format format) {
 
 } // namespace
 
-// Decoded pixels equal the originals for every shape and format, including pictures tall
-// enough to be deflated in several bands.
+// Decoded pixels equal the originals for every shape and format, including pictures large
+// enough to be deflated in several bands (wide ones, and narrow ones whose bands are shorter
+// than the window the next band is primed with), and the bands form one valid zlib stream.
 TEST(FastPngEncoder, RoundTripsPixelsExactly) {
     const struct {
         QImage image;
@@ -67,6 +89,8 @@ TEST(FastPngEncoder, RoundTripsPixelsExactly) {
         {mixed(300, 1, QImage::Format_ARGB32), true},
         {mixed(333, 517, QImage::Format_RGB32), false},
         {mixed(333, 517, QImage::Format_ARGB32_Premultiplied), true},
+        {mixed(701, 1203, QImage::Format_RGB32), false},
+        {mixed(2, 90001, QImage::Format_ARGB32), true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.image.width() << "x" << c.image.height());
@@ -76,6 +100,9 @@ TEST(FastPngEncoder, RoundTripsPixelsExactly) {
         EXPECT_EQ(decoded.hasAlphaChannel(), c.alpha); // opaque pictures are stored as RGB
         const QImage::Format plain = c.alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32;
         EXPECT_EQ(decoded.convertToFormat(plain), c.image.convertToFormat(plain));
+        const qsizetype rowBytes = c.image.width() * (c.alpha ? 4 : 3) + 1;
+        EXPECT_EQ(inflatedIdat(*png, rowBytes * c.image.height()).size(),
+                  rowBytes * c.image.height());
     }
     QImage withDpi = mixed(8, 8, QImage::Format_RGB32);
     withDpi.setDotsPerMeterX(2835);
