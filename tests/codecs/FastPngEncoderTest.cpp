@@ -89,6 +89,8 @@ TEST(FastPngEncoder, RoundTripsPixelsExactly) {
         {mixed(300, 1, QImage::Format_ARGB32), true},
         {mixed(333, 517, QImage::Format_RGB32), false},
         {mixed(333, 517, QImage::Format_ARGB32_Premultiplied), true},
+        {mixed(40, 20, QImage::Format_RGB32).convertToFormat(QImage::Format_ARGB32_Premultiplied),
+         false},
         {mixed(701, 1203, QImage::Format_RGB32), false},
         {mixed(2, 90001, QImage::Format_ARGB32), true},
     };
