@@ -208,15 +208,24 @@ std::optional<QByteArray> encodePngFast(const QImage& image) {
     if (image.isNull() || image.width() <= 0 || image.height() <= 0) {
         return std::nullopt;
     }
-    // Read pixels as unpremultiplied ARGB; RGB32 and ARGB32 need no conversion.
-    const QImage argb =
-        image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32
-            ? image
-            : image.convertToFormat(QImage::Format_ARGB32);
+    // Pixels are read as unpremultiplied ARGB. RGB32 and ARGB32 need no conversion, nor do
+    // opaque premultiplied pictures (the canvas's), whose colours are unpremultiplied already.
+    const auto readable = [](QImage::Format f) {
+        return f == QImage::Format_RGB32 || f == QImage::Format_ARGB32 ||
+               f == QImage::Format_ARGB32_Premultiplied;
+    };
+    QImage argb = readable(image.format())
+                      ? image
+                      : image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32
+                                                                      : QImage::Format_RGB32);
+    const bool opaque = argb.format() == QImage::Format_RGB32 || isOpaque(argb);
+    if (!opaque && argb.format() == QImage::Format_ARGB32_Premultiplied) {
+        argb = argb.convertToFormat(QImage::Format_ARGB32);
+    }
     if (argb.isNull()) {
         return std::nullopt;
     }
-    const int channels = argb.format() == QImage::Format_RGB32 || isOpaque(argb) ? 3 : 4;
+    const int channels = opaque ? 3 : 4;
 
     const long long bytes = static_cast<long long>(argb.width()) * channels * argb.height();
     const long long most = std::min<long long>(
