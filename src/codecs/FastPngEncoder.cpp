@@ -115,9 +115,9 @@ private:
 // Primes the compressor with the filtered rows just above `firstRow`, as far back as the
 // window reaches (and no further than the band is long, so narrow pictures stay cheap).
 bool primeWindow(z_stream& stream, const QImage& argb, int channels, int firstRow, int endRow) {
-    const auto rowsWanted = static_cast<int>(
-        (windowSize + static_cast<size_t>(argb.width()) * static_cast<size_t>(channels)) /
-        (static_cast<size_t>(argb.width()) * static_cast<size_t>(channels) + 1));
+    const size_t filteredRow =
+        static_cast<size_t>(argb.width()) * static_cast<size_t>(channels) + 1;
+    const auto rowsWanted = static_cast<int>((windowSize + filteredRow - 1) / filteredRow);
     const int rows = std::min({firstRow, rowsWanted, endRow - firstRow});
     if (rows <= 0) {
         return true;
