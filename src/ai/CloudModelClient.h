@@ -68,8 +68,7 @@ public:
     [[nodiscard]] virtual std::unique_ptr<GeminiCall>
     generateImage(const QString& apiKey, const QList<QImage>& images, const QString& prompt,
                   const std::optional<QString>& systemInstruction, const QString& model,
-                  StatusCallback status,
-                  std::function<void(GeminiOutcome<GeminiResult>)> done) = 0;
+                  StatusCallback status, std::function<void(GeminiOutcome<GeminiResult>)> done) = 0;
 
     [[nodiscard]] virtual std::unique_ptr<GeminiCall>
     detectAnnotations(const QString& apiKey, const QImage& image, const QString& prompt,

@@ -10,10 +10,10 @@
 namespace vellumix {
 
 using detail::CallRoute;
+using detail::GeminiCallRunner;
 using detail::PreparedRequest;
 using detail::RunnerCall;
 using detail::TypedCallRunner;
-using detail::GeminiCallRunner;
 
 namespace {
 

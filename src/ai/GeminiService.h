@@ -49,7 +49,8 @@ public:
     [[nodiscard]] std::unique_ptr<GeminiCall>
     generateImage(const QString& apiKey, const QList<QImage>& images, const QString& prompt,
                   const std::optional<QString>& systemInstruction, const QString& model,
-                  StatusCallback status, std::function<void(GeminiOutcome<GeminiResult>)> done) override;
+                  StatusCallback status,
+                  std::function<void(GeminiOutcome<GeminiResult>)> done) override;
 
     [[nodiscard]] std::unique_ptr<GeminiCall>
     detectAnnotations(const QString& apiKey, const QImage& image, const QString& prompt,
