@@ -51,7 +51,7 @@ void AIRequestFlow::localRequest(const RunPtr& run, QueryRoute route,
             break;
         }
     });
-    AIService& local = *m_clients.local;
+    LocalModelClient& local = *m_clients.local;
     switch (route) {
     case QueryRoute::question:
         run->localRequest = local.answerQuestion(run->query, context, events);

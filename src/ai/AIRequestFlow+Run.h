@@ -3,8 +3,8 @@
 // What the request flow's files share: one running request and the guard on its callbacks.
 
 #include "ai/AIRequestFlow.h"
-#include "ai/AIService.h"
-#include "ai/GeminiService.h"
+#include "ai/CloudModelClient.h"
+#include "ai/LocalModelClient.h"
 
 namespace vellumix {
 

@@ -11,12 +11,12 @@
 
 namespace vellumix {
 
-class AIService;
 struct AICommandResult;
 class CanvasDocument;
+class CloudModelClient;
 class FontCatalogue;
 struct GeminiDetectionResult;
-class GeminiService;
+class LocalModelClient;
 
 /// One assistant request at a time: analysis, routing, context, the provider's client and
 /// applying its answer. Starting a request cancels the running one; destroying the flow cancels
@@ -24,8 +24,8 @@ class GeminiService;
 class AIRequestFlow {
 public:
     struct Clients {
-        GeminiService* gemini = nullptr;
-        AIService* local = nullptr;
+        CloudModelClient* gemini = nullptr;
+        LocalModelClient* local = nullptr;
         const FontCatalogue* fonts = nullptr;
         /// Receives the route and context lines; standard output when empty.
         std::function<void(const QString&)> log;

@@ -2,6 +2,7 @@
 
 #include "ai/ConsoleText.h"
 #include "ai/LocalModelRequests.h"
+#include "ai/RunnerCall.h"
 #include "library/Settings.h"
 
 #include <QNetworkAccessManager>
@@ -173,22 +174,7 @@ private:
 } // namespace detail
 
 using detail::LocalCallRunner;
-
-LocalModelCall::LocalModelCall(LocalCallRunner* runner) : m_runner(runner) {}
-
-LocalModelCall::~LocalModelCall() {
-    cancel();
-}
-
-void LocalModelCall::cancel() {
-    if (m_runner) {
-        m_runner->cancel();
-    }
-}
-
-bool LocalModelCall::isRunning() const {
-    return m_runner && !m_runner->isDone();
-}
+using detail::RunnerCall;
 
 namespace {
 
@@ -263,7 +249,7 @@ AIService::checkAvailability(std::function<void(LocalModelStatus)> done) {
         runner->finish();
         done(status);
     });
-    return std::make_unique<LocalModelCall>(runner);
+    return std::make_unique<RunnerCall<LocalModelCall, LocalCallRunner>>(runner);
 }
 
 std::unique_ptr<LocalModelCall>
@@ -298,7 +284,7 @@ AIService::classify(const QString& query, std::function<void(std::optional<Query
                          done(route);
                      });
     });
-    return std::make_unique<LocalModelCall>(runner);
+    return std::make_unique<RunnerCall<LocalModelCall, LocalCallRunner>>(runner);
 }
 
 std::unique_ptr<LocalModelCall>
@@ -341,7 +327,7 @@ AIService::answerQuestion(const QString& query, const QString& context, EventCal
                 events(AIEvent::completion());
             });
     });
-    return std::make_unique<LocalModelCall>(runner);
+    return std::make_unique<RunnerCall<LocalModelCall, LocalCallRunner>>(runner);
 }
 
 template <class T>
@@ -381,7 +367,7 @@ std::unique_ptr<LocalModelCall> AIService::structuredEdit(
             events(AIEvent::completion());
         });
     });
-    return std::make_unique<LocalModelCall>(runner);
+    return std::make_unique<RunnerCall<LocalModelCall, LocalCallRunner>>(runner);
 }
 
 std::unique_ptr<LocalModelCall>

@@ -70,7 +70,7 @@ void runOffThread(QObject* context, std::function<T()> work, std::function<void(
 }
 
 /// Sends one POST and reports its end through `answered` or `failed`. Owned by nobody: it
-/// deletes itself once delivered or cancelled; `GeminiCall` watches it through a QPointer.
+/// deletes itself once delivered or cancelled; `RunnerCall` watches it through a QPointer.
 class GeminiCallRunner : public QObject {
 public:
     explicit GeminiCallRunner(CallRoute route);

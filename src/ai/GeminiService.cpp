@@ -3,13 +3,16 @@
 #include "ai/ConsoleText.h"
 #include "ai/GeminiCallRunner.h"
 #include "ai/GeminiRequests.h"
+#include "ai/RunnerCall.h"
 
 #include <QNetworkAccessManager>
 
 namespace vellumix {
 
 using detail::CallRoute;
+using detail::GeminiCallRunner;
 using detail::PreparedRequest;
+using detail::RunnerCall;
 using detail::TypedCallRunner;
 
 namespace {
@@ -83,22 +86,6 @@ bool refusedBeforeSending(Runner& runner, const std::optional<QString>& insecure
 
 } // namespace
 
-GeminiCall::GeminiCall(detail::GeminiCallRunner* runner) : m_runner(runner) {}
-
-GeminiCall::~GeminiCall() {
-    cancel();
-}
-
-void GeminiCall::cancel() {
-    if (m_runner) {
-        m_runner->cancel();
-    }
-}
-
-bool GeminiCall::isRunning() const {
-    return m_runner && !m_runner->isDone();
-}
-
 GeminiService::GeminiService() : GeminiService(Options{}) {}
 
 GeminiService::GeminiService(Options options) : m_options(std::move(options)) {
@@ -153,7 +140,7 @@ GeminiService::classifyQuery(const QString& apiKey, const QString& request,
             return parseClassifyResponse(answer);
         },
         [](const GeminiFailure&) { return GeminiClassifyResult{}; }, std::move(done));
-    auto call = std::make_unique<GeminiCall>(runner);
+    auto call = std::make_unique<RunnerCall<GeminiCall, GeminiCallRunner>>(runner);
     if (m_insecureAddress || apiKey.isEmpty() || !isSendableApiKey(apiKey)) {
         runner->deliverSoon(GeminiClassifyResult{}); // nothing sent, duration 0
         return call;
@@ -179,7 +166,7 @@ std::unique_ptr<GeminiCall> GeminiService::answerQuestion(
             return asOutcome(parseQuestionResponse(answer));
         },
         failureOutcome<GeminiResult>, std::move(done));
-    auto call = std::make_unique<GeminiCall>(runner);
+    auto call = std::make_unique<RunnerCall<GeminiCall, GeminiCallRunner>>(runner);
     if (!refusedBeforeSending(*runner, m_insecureAddress, apiKey, images)) {
         runner->send([images, prompt, systemInstruction, encode = m_options.pngEncoder] {
             const auto pngs = encodeAll(images, encode, nullptr);
@@ -212,7 +199,7 @@ GeminiService::generateImage(const QString& apiKey, const QList<QImage>& images,
             return asOutcome(parseImageEditResponse(answer, log));
         },
         failureOutcome<GeminiResult>, std::move(done));
-    auto call = std::make_unique<GeminiCall>(runner);
+    auto call = std::make_unique<RunnerCall<GeminiCall, GeminiCallRunner>>(runner);
     if (!refusedBeforeSending(*runner, m_insecureAddress, apiKey, images)) {
         runner->send([images, prompt, systemInstruction, encode = m_options.pngEncoder] {
             QStringList lines;
@@ -245,7 +232,7 @@ GeminiService::detectAnnotations(const QString& apiKey, const QImage& image, con
             return asOutcome(parseDetectionResponse(answer, size, log));
         },
         failureOutcome<GeminiDetectionResult>, std::move(done));
-    auto call = std::make_unique<GeminiCall>(runner);
+    auto call = std::make_unique<RunnerCall<GeminiCall, GeminiCallRunner>>(runner);
     if (!refusedBeforeSending(*runner, m_insecureAddress, apiKey, {image})) {
         runner->send([image, prompt, encode = m_options.pngEncoder] {
             const auto png = encode(image);

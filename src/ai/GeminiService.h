@@ -1,13 +1,9 @@
 #pragma once
 
-#include "ai/GeminiError.h"
-#include "ai/GeminiRequests.h"
-#include "ai/GeminiResponses.h"
-#include "model/ImageCodec.h"
+#include "ai/CloudModelClient.h"
 
 #include <QImage>
 #include <QList>
-#include <QPointer>
 #include <QString>
 #include <QUrl>
 
@@ -21,49 +17,20 @@ class QNetworkAccessManager;
 namespace vellumix {
 
 namespace detail {
-class GeminiCallRunner;
 struct CallRoute;
 } // namespace detail
-
-/// A running cloud call. Destroying it cancels the call; once cancelled, no callback runs.
-class GeminiCall {
-public:
-    explicit GeminiCall(detail::GeminiCallRunner* runner);
-    ~GeminiCall();
-    GeminiCall(const GeminiCall&) = delete;
-    GeminiCall& operator=(const GeminiCall&) = delete;
-
-    void cancel();
-    bool isRunning() const;
-
-private:
-    QPointer<detail::GeminiCallRunner> m_runner;
-};
 
 /// The Gemini REST client: intent classification, questions, image edits and detection.
 /// Calls are made and answered on the thread that made the service (it needs a running event
 /// loop); image encoding and answer parsing run on worker threads. Nothing is retried. The API
 /// key travels only in the "x-goog-api-key" header and is never logged.
-class GeminiService {
+class GeminiService final : public CloudModelClient {
 public:
-    using StatusCallback = std::function<void(const QString&)>;
-
-    struct Options {
-        /// Where the REST API lives; `defaultBaseUrl()` unless a test points elsewhere.
-        QString baseUrl;
-        /// Longest silence on the connection before a call fails.
-        std::chrono::milliseconds requestTimeout{60'000};
-        /// Image edits can take minutes on the provider's side.
-        std::chrono::milliseconds imageRequestTimeout{240'000};
-        std::chrono::milliseconds imageResourceTimeout{600'000};
-        PngEncoder pngEncoder = encodePngWithQt;
-        /// Receives every console line; standard output when empty.
-        GeminiLog log;
-    };
+    using Options = CloudClientOptions;
 
     GeminiService();
     explicit GeminiService(Options options);
-    ~GeminiService();
+    ~GeminiService() override;
 
     /// $VELLUMIX_GEMINI_BASE_URL, else the provider's public endpoint.
     static QString defaultBaseUrl();
@@ -71,26 +38,27 @@ public:
     /// Never fails: any failure gives a result without a mode.
     [[nodiscard]] std::unique_ptr<GeminiCall>
     classifyQuery(const QString& apiKey, const QString& request,
-                  std::function<void(GeminiClassifyResult)> done);
+                  std::function<void(GeminiClassifyResult)> done) override;
 
     [[nodiscard]] std::unique_ptr<GeminiCall>
     answerQuestion(const QString& apiKey, const QList<QImage>& images, const QString& prompt,
                    const std::optional<QString>& systemInstruction, StatusCallback status,
-                   std::function<void(GeminiOutcome<GeminiResult>)> done);
+                   std::function<void(GeminiOutcome<GeminiResult>)> done) override;
 
     /// `model` is `gemini::flashImageModel` or `gemini::proImageModel`.
     [[nodiscard]] std::unique_ptr<GeminiCall>
     generateImage(const QString& apiKey, const QList<QImage>& images, const QString& prompt,
                   const std::optional<QString>& systemInstruction, const QString& model,
-                  StatusCallback status, std::function<void(GeminiOutcome<GeminiResult>)> done);
+                  StatusCallback status,
+                  std::function<void(GeminiOutcome<GeminiResult>)> done) override;
 
     [[nodiscard]] std::unique_ptr<GeminiCall>
     detectAnnotations(const QString& apiKey, const QImage& image, const QString& prompt,
                       StatusCallback status,
-                      std::function<void(GeminiOutcome<GeminiDetectionResult>)> done);
+                      std::function<void(GeminiOutcome<GeminiDetectionResult>)> done) override;
 
     /// The text to show for a failure; also writes its console line.
-    QString describeError(const GeminiFailure& failure) const;
+    QString describeError(const GeminiFailure& failure) const override;
 
 private:
     const std::shared_ptr<QNetworkAccessManager>& network() const;

@@ -1,8 +1,11 @@
 #include "AppAssistant.h"
 
+#include "ai/AssistantModule.h"
+#include "ai/LocalModelRequests.h"
 #include "app/DocumentOpener.h"
 #include "library/Keychain.h"
 #include "library/Settings.h"
+#include "process/Modules.h"
 
 #include <QTimer>
 
@@ -12,8 +15,24 @@ namespace vellumix {
 
 AppAssistant::AppAssistant(DocumentOpener& opener, Settings& settings, Keychain& keychain)
     : m_opener(opener), m_settings(settings), m_keychain(keychain) {
+    m_opener.preparingEditor = [this] { loadClients(); };
+    m_opener.promptFieldState = [this] { return promptFieldState(); };
+}
+
+void AppAssistant::loadClients() {
+    if (m_clientsLoaded) {
+        return;
+    }
+    m_clientsLoaded = true;
+    if (const auto* module = loadModule<AssistantModule>("assistant")) {
+        m_gemini = module->cloudClient({});
+        LocalClientOptions local;
+        local.baseUrls = localModelCandidateUrls(qEnvironmentVariable("VELLUMIX_LOCAL_MODEL_URL"),
+                                                 m_settings.localModelURL());
+        m_localModel = module->localClient(std::move(local));
+    }
     EditorWindowController::setAssistantServices(
-        {&m_gemini, &m_localModel,
+        {m_gemini.get(), m_localModel.get(),
          [this]() -> std::optional<QString> {
              const auto key = ApiKeyStore(m_keychain).keyForRequest();
              // Using a stored key may unlock the keyring; the answer also settles the field.
@@ -24,7 +43,6 @@ AppAssistant::AppAssistant(DocumentOpener& opener, Settings& settings, Keychain&
              return key ? std::optional(key->value) : std::nullopt;
          },
          [this] { m_opener.refreshPromptFields(); }});
-    m_opener.promptFieldState = [this] { return promptFieldState(); };
 }
 
 void AppAssistant::apiKeyChanged() {
@@ -63,8 +81,9 @@ PromptFieldState AppAssistant::promptFieldState() {
         (m_keyStored == KeyStored::notAsked || (m_keyStored == KeyStored::unknown && !applying))) {
         askWhetherKeyStored();
     }
-    if (!m_applyingCheck && !m_availabilityCheck) {
-        m_availabilityCheck = m_localModel.checkAvailability([this](LocalModelStatus status) {
+    loadClients();
+    if (m_localModel && !m_applyingCheck && !m_availabilityCheck) {
+        m_availabilityCheck = m_localModel->checkAvailability([this](LocalModelStatus status) {
             m_localAvailability = status.availability;
             m_applyingCheck = true;
             m_opener.refreshPromptFields();

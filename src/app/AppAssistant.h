@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ai/AIService.h"
-#include "ai/GeminiService.h"
+#include "ai/CloudModelClient.h"
+#include "ai/LocalModelClient.h"
 #include "ai/Routing.h"
 
 #include <memory>
@@ -18,7 +18,8 @@ class Settings;
 /// without waiting and without unlocking the keyring, when the first window needs it and again
 /// after each change in the settings window; the open windows follow the answer. The local
 /// model server is asked for its state whenever a window opens, and the open windows follow
-/// its answer.
+/// its answer. The clients come from the assistant module, loaded when the first window opens
+/// (the tray alone needs no network stack); without the module the assistant is unavailable.
 class AppAssistant {
 public:
     AppAssistant(DocumentOpener& opener, Settings& settings, Keychain& keychain);
@@ -35,12 +36,15 @@ private:
 
     PromptFieldState promptFieldState();
     void askWhetherKeyStored();
+    /// Makes the clients and hands them to the editor windows, once.
+    void loadClients();
 
     DocumentOpener& m_opener;
     Settings& m_settings;
     Keychain& m_keychain;
-    GeminiService m_gemini;
-    AIService m_localModel;
+    bool m_clientsLoaded = false;
+    std::unique_ptr<CloudModelClient> m_gemini;
+    std::unique_ptr<LocalModelClient> m_localModel;
     KeyStored m_keyStored = KeyStored::notAsked;
     bool m_askingKey = false;
     int m_keyQuestion = 0;

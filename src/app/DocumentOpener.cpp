@@ -153,6 +153,9 @@ void DocumentOpener::openNewImage(QImage image, std::optional<QString> sourceFor
 EditorWindowController* DocumentOpener::openDocument(EditorDocument document) {
     history();
     const std::optional<QString> sourceFormat = document.sourceFormat;
+    if (preparingEditor) {
+        preparingEditor();
+    }
     auto* editor = new EditorWindowController(
         std::move(document), EditorServices{m_settings, *m_styles, m_history.get()});
     m_editors.push_back(editor);

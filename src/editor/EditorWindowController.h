@@ -26,9 +26,9 @@ namespace vellumix {
 class AIOverlayView;
 class AIProviderButton;
 class AIRequestFlow;
-class AIService;
 class AnalysisCache;
-class GeminiService;
+class CloudModelClient;
+class LocalModelClient;
 class PromptHistoryBrowser;
 class AnnotationCanvasView;
 class BundleAutosave;
@@ -76,8 +76,8 @@ struct EditorServices {
 
 /// What the assistant in every editor window talks to; the app installs it once at start-up.
 struct AssistantServices {
-    GeminiService* gemini = nullptr;
-    AIService* localModel = nullptr;
+    CloudModelClient* gemini = nullptr;
+    LocalModelClient* localModel = nullptr;
     /// The stored cloud key, read as a cloud request starts.
     std::function<std::optional<QString>()> apiKey;
     /// A window's provider menu changed the stored provider: every window's prompt field state

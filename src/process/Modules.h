@@ -1,9 +1,9 @@
 #pragma once
 
-/// Heavy libraries (poppler, OpenCV, libheif and libwebp, GIO) live in modules that load the
-/// first time they are needed, so the idle tray process maps none of them. Each module exports
-/// one function, `vellumix_module_<name>`, returning its table of entry points; the table types
-/// are in the module headers next to this one.
+/// Heavy libraries (poppler, OpenCV, libheif and libwebp, GIO, Qt Network) live in modules that
+/// load the first time they are needed, so the idle tray process maps none of them. Each module
+/// exports one function, `vellumix_module_<name>`, returning its table of entry points; the table
+/// types are in the module headers next to this one.
 ///
 /// Modules are looked for next to the running program, in the same place relative to it in the
 /// build tree and in an installed tree (`lib/vellumix` beside `bin`), or in the folder named by

@@ -1,10 +1,13 @@
 #include "app/AppAssistant.h"
 
+#include "ai/AssistantModule.h"
 #include "app/DocumentOpener.h"
 #include "library/Keychain.h"
 #include "library/Settings.h"
+#include "process/Modules.h"
 
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -63,4 +66,21 @@ TEST(AppAssistant, PromptFieldFollowsTheKeyringsAnswerWithoutReadingTheKey) {
     EXPECT_EQ(keychain.questions.size(), asked + 1);
     EXPECT_TRUE(enabled()); // still usable while the new question is out
     EXPECT_EQ(keychain.reads, 0);
+}
+
+// The program reaches the model clients only through the assistant module: it loads, and its
+// local client answers (here: nothing listens on the address).
+TEST(AppAssistant, ModelClientsComeFromTheAssistantModule) {
+    const auto* module = loadModule<AssistantModule>("assistant");
+    ASSERT_NE(module, nullptr);
+    EXPECT_NE(module->cloudClient({}), nullptr);
+    LocalClientOptions options;
+    options.baseUrls = {QStringLiteral("http://127.0.0.1:9")};
+    options.log = [](const QString&) {};
+    const auto local = module->localClient(options);
+    ASSERT_NE(local, nullptr);
+    std::optional<LocalModelStatus> status;
+    const auto call = local->checkAvailability([&](LocalModelStatus s) { status = s; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return status.has_value(); }, 5000));
+    EXPECT_EQ(status->availability, LocalModelAvailability::serverNotRunning);
 }

@@ -43,6 +43,8 @@ start_sni_panel
 start_app
 wait_for_sni_item
 grep -q 'Tray: StatusNotifierItem' "$WORK/app.log" || fail "the icon is not a StatusNotifierItem"
+# The idle tray leaves the network stack to the assistant module, which the first window loads.
+! grep -q libQt6Network "/proc/$APP_PID/maps" || fail "the idle tray maps Qt Network"
 
 MENU=("$HERE/dbusmenu.py")
 OUTLINE=$("${MENU[@]}" outline)

@@ -21,6 +21,7 @@ expected=(
   "$LIBDIR/vellumix/libvellumix-imaging.so"
   "$LIBDIR/vellumix/libvellumix-vision.so"
   "$LIBDIR/vellumix/libvellumix-codecs.so"
+  "$LIBDIR/vellumix/libvellumix-assistant.so"
   share/applications/vellumix.desktop
   share/mime/packages/vellumix.xml
   share/metainfo/app.vellumix.Vellumix.metainfo.xml
