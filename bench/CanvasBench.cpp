@@ -17,6 +17,7 @@ struct CanvasFixture {
     CanvasDocument document;
     QImage backing;
     std::optional<QRectF> damage;
+    Subscription repaints;
 
     CanvasFixture() {
         const QImage shot = bench::syntheticScreenshot(5120, 2880);
@@ -25,7 +26,8 @@ struct CanvasFixture {
         const QSizeF size = document.canvasSize();
         backing =
             QImage(int(size.width()), int(size.height()), QImage::Format_ARGB32_Premultiplied);
-        document.onNeedsDisplay = [this](std::optional<QRectF> area) { damage = area; };
+        repaints = document.onNeedsDisplay.subscribe(
+            [this](std::optional<QRectF> area) { damage = area; });
     }
 
     void paint(std::optional<QRectF> area) {

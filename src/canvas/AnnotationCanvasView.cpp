@@ -23,17 +23,21 @@ AnnotationCanvasView::AnnotationCanvasView(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_OpaquePaintEvent, false);
     setAutoFillBackground(false);
 
-    m_document.onNeedsDisplay = [this](std::optional<QRectF> area) { scheduleRepaint(area); };
-    m_document.onCanvasSizeChanged = [this](QSizeF size) { canvasSizeDidChange(size); };
-    m_document.onTextEditingStarted = [this] { openTextEditor(); };
-    m_document.onTextEditingEnded = [this] { closeTextEditor(); };
-    m_document.onTextEditingStyleChanged = [this] {
+    m_subscriptions.push_back(m_document.onNeedsDisplay.subscribe(
+        [this](std::optional<QRectF> area) { scheduleRepaint(area); }));
+    m_subscriptions.push_back(m_document.onCanvasSizeChanged.subscribe(
+        [this](QSizeF size) { canvasSizeDidChange(size); }));
+    m_subscriptions.push_back(
+        m_document.onTextEditingStarted.subscribe([this] { openTextEditor(); }));
+    m_subscriptions.push_back(
+        m_document.onTextEditingEnded.subscribe([this] { closeTextEditor(); }));
+    m_subscriptions.push_back(m_document.onTextEditingStyleChanged.subscribe([this] {
         if (const auto session = m_document.session(); session && m_textView) {
             applyEditorStyle(*session);
             // The padding sets the editor's inset inside the box.
             m_textView->setGeometry(toWidget(session->editorFrame).toAlignedRect());
         }
-    };
+    }));
     m_document.clipboardImage = [] {
         const QClipboard* clipboard = QGuiApplication::clipboard();
         return clipboard ? clipboard->image() : QImage();
@@ -44,7 +48,7 @@ AnnotationCanvasView::AnnotationCanvasView(QWidget* parent) : QWidget(parent) {
 
 AnnotationCanvasView::~AnnotationCanvasView() {
     // The editor's focus-out must not commit into a document being destroyed.
-    m_document.onTextEditingEnded = nullptr;
+    m_subscriptions.clear();
     delete m_textView;
 }
 

@@ -72,6 +72,7 @@ private:
     void editorTextChanged();
 
     CanvasDocument m_document;
+    std::vector<Subscription> m_subscriptions;
     double m_magnification = 1;
     bool m_inScrollView = false;
     bool m_mouseDown = false;

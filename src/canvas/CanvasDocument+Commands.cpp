@@ -325,9 +325,7 @@ void CanvasDocument::triggerMenuItem(const CanvasMenuItem& item) {
     }
     switch (item.action) {
     case Action::requestSelectTool:
-        if (onRequestTool) {
-            onRequestTool(Tool::select);
-        }
+        onRequestTool.notify(Tool::select);
         break;
     case Action::bringToFront:
         bringToFront();
@@ -351,41 +349,36 @@ void CanvasDocument::triggerMenuItem(const CanvasMenuItem& item) {
         break;
     case Action::saveStyleAsPreset: {
         const auto selected = selectedAnnotations();
-        if (selected.size() == 1 && onSaveStylePreset) {
-            onSaveStylePreset(selected.front());
+        if (selected.size() == 1) {
+            onSaveStylePreset.notify(selected.front());
         }
         break;
     }
     case Action::applyStylePreset: {
         const auto selected = selectedAnnotations();
         if (item.argument >= 0 && static_cast<size_t>(item.argument) < m_menuPresets.size() &&
-            selected.size() == 1 && onApplyStylePreset) {
-            onApplyStylePreset(m_menuPresets[static_cast<size_t>(item.argument)].style,
-                               toolFor(selected.front()));
+            selected.size() == 1) {
+            onApplyStylePreset.notify(m_menuPresets[static_cast<size_t>(item.argument)].style,
+                                      toolFor(selected.front()));
         }
         break;
     }
-    case Action::mergeIntoImage:
-        if (onMergeIntoImage) {
-            AnnotationIDSet ids;
-            for (const Annotation& a : selectedAnnotations()) {
-                ids.insert(idOf(a));
-            }
-            onMergeIntoImage(ids);
+    case Action::mergeIntoImage: {
+        AnnotationIDSet ids;
+        for (const Annotation& a : selectedAnnotations()) {
+            ids.insert(idOf(a));
         }
+        onMergeIntoImage.notify(ids);
         break;
+    }
     case Action::addOverlay:
-        if (onRequestAddOverlay) {
-            onRequestAddOverlay(m_pendingOverlayInsertPoint);
-        }
+        onRequestAddOverlay.notify(m_pendingOverlayInsertPoint);
         break;
     case Action::renumberSteps:
         renumberSteps();
         break;
     case Action::copyText:
-        if (onCopyText) {
-            onCopyText();
-        }
+        onCopyText.notify();
         break;
     case Action::arrowStyle:
     case Action::none:

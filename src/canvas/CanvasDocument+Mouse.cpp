@@ -1,26 +1,28 @@
 #include "CanvasDocument.h"
-#include "CanvasGestureLayer.h"
+#include "CanvasGesture.h"
 #include "model/AnnotationGeometry.h"
 
-#include <cmath>
+#include <algorithm>
 
 namespace vellumix {
 
-namespace {
-
-constexpr double minimumShapeSide = 4;
-constexpr double minimumTextSide = 8;
-constexpr double minimumArrowLength = 10;
-
-bool shiftHeld(Qt::KeyboardModifiers m) {
-    return m.testFlag(Qt::ShiftModifier);
+void CanvasDocument::makeGestures() {
+    auto shapes = std::make_shared<ShapeGesture>(*this);
+    m_gestures = {{Tool::select, std::make_shared<SelectGesture>(*this)},
+                  {Tool::rect, shapes},
+                  {Tool::oval, shapes},
+                  {Tool::arrow, std::make_shared<ArrowGesture>(*this)},
+                  {Tool::draw, std::make_shared<PenGesture>(*this)},
+                  {Tool::text, std::make_shared<TextGesture>(*this)},
+                  {Tool::step, std::make_shared<StepGesture>(*this)},
+                  {Tool::editImage, std::make_shared<CropGesture>(*this)}};
 }
 
-QRectF spanned(QPointF a, QPointF b) {
-    return QRectF(a, b).normalized();
+// The overlay tool has no gesture: its image comes from the toolbar.
+CanvasGesture* CanvasDocument::activeGesture() const {
+    const auto it = m_gestures.find(m_activeTool);
+    return it == m_gestures.end() ? nullptr : it->second.get();
 }
-
-} // namespace
 
 void CanvasDocument::mouseDown(QPointF point, Qt::KeyboardModifiers modifiers, int clickCount) {
     if (!m_showsAnnotations) {
@@ -37,22 +39,8 @@ void CanvasDocument::mouseDown(QPointF point, Qt::KeyboardModifiers modifiers, i
         return;
     }
     m_pressConsumed = false;
-    switch (m_activeTool) {
-    case Tool::editImage:
-        if (gestureLayer && gestureLayer->isActive()) {
-            gestureLayer->mouseDown(point);
-        } else {
-            cropMouseDown(point, clickCount);
-        }
-        break;
-    case Tool::select:
-        selectMouseDown(point, modifiers, clickCount);
-        break;
-    case Tool::overlay:
-        break;
-    default:
-        drawingMouseDown(point);
-        break;
+    if (CanvasGesture* gesture = activeGesture()) {
+        gesture->mouseDown(point, modifiers, clickCount);
     }
 }
 
@@ -60,22 +48,8 @@ void CanvasDocument::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers
     if (!m_showsAnnotations || m_textEditing || m_pressConsumed) {
         return;
     }
-    switch (m_activeTool) {
-    case Tool::editImage:
-        if (gestureLayer && gestureLayer->isActive()) {
-            gestureLayer->mouseDragged(point);
-        } else {
-            cropMouseDragged(point);
-        }
-        break;
-    case Tool::select:
-        selectMouseDragged(point, modifiers);
-        break;
-    case Tool::overlay:
-        break;
-    default:
-        drawingMouseDragged(point, modifiers);
-        break;
+    if (CanvasGesture* gesture = activeGesture()) {
+        gesture->mouseDragged(point, modifiers);
     }
 }
 
@@ -87,28 +61,15 @@ void CanvasDocument::mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) {
         m_pressConsumed = false;
         return;
     }
-    switch (m_activeTool) {
-    case Tool::editImage:
-        if (gestureLayer && gestureLayer->isActive()) {
-            gestureLayer->mouseUp(point);
-        }
-        m_cropDragHandle.reset();
-        m_cropDragStart.reset();
-        break;
-    case Tool::select:
-        selectMouseUp();
-        break;
-    case Tool::overlay:
-        break;
-    default:
-        drawingMouseUp(point, modifiers);
-        break;
+    if (CanvasGesture* gesture = activeGesture()) {
+        gesture->mouseUp(point, modifiers);
     }
 }
 
 void CanvasDocument::mouseMoved(QPointF point) {
     const std::optional<QPointF> before = m_cursorPosOnImage;
-    if (m_activeTool == Tool::select && (m_selectDragOp || m_selectionDragStart)) {
+    const CanvasGesture* gesture = activeGesture();
+    if (m_activeTool == Tool::select && gesture && gesture->isDragging()) {
         m_cursorPosOnImage.reset();
     } else if (geometry::containsClosed(imageRect(), point) && !m_image.isNull()) {
         m_cursorPosOnImage = point;
@@ -127,45 +88,15 @@ void CanvasDocument::mouseExited() {
     }
 }
 
-// --- Crop ------------------------------------------------------------------------------------
-
-void CanvasDocument::cropMouseDown(QPointF point, int clickCount) {
-    if (clickCount >= 2 && geometry::containsClosed(imageRect(), point)) {
-        cropRect = imageRect();
-        if (onCropRectChanged) {
-            onCropRectChanged(cropRect);
-        }
-        m_cropDragHandle.reset();
-        m_cropDragStart.reset();
-        redisplay();
-        return;
-    }
-    const auto hit = cropRect ? geometry::cropHandleAt(*cropRect, point, zoom) : std::nullopt;
-    if (!hit) {
-        cropRect = QRectF(point, QSizeF(0, 0));
-        m_cropDragHandle = CropHandle::bottomRight;
-    } else {
-        m_cropDragHandle = hit;
-    }
-    m_cropDragStart = point;
+bool CanvasDocument::isDragging() const {
+    return std::any_of(m_gestures.begin(), m_gestures.end(),
+                       [](const auto& entry) { return entry.second->isDragging(); });
 }
 
-void CanvasDocument::cropMouseDragged(QPointF point) {
-    if (!m_cropDragHandle || !m_cropDragStart || !cropRect) {
-        return;
-    }
-    const QPointF delta = point - *m_cropDragStart;
-    const QRectF limit = geometry::unite(QRectF(QPointF(0, 0), m_canvasSize),
-                                         visibleRect.isEmpty() ? QRectF() : visibleRect);
-    cropRect = geometry::dragCropRect(*cropRect, *m_cropDragHandle, delta.x(), delta.y(), limit);
-    m_cropDragStart = point;
-    if (onCropRectChanged) {
-        onCropRectChanged(cropRect);
-    }
-    redisplay();
+bool CanvasDocument::wantsCrosshair() const {
+    return std::any_of(m_gestures.begin(), m_gestures.end(),
+                       [](const auto& entry) { return entry.second->wantsCrosshair(); });
 }
-
-// --- Drawing tools -----------------------------------------------------------------------------
 
 std::optional<int> CanvasDocument::topmostTextAt(QPointF point) const {
     for (int i : geometry::hitIndices(m_annotations, point)) {
@@ -176,149 +107,6 @@ std::optional<int> CanvasDocument::topmostTextAt(QPointF point) const {
     return std::nullopt;
 }
 
-void CanvasDocument::drawingMouseDown(QPointF point) {
-    switch (m_activeTool) {
-    case Tool::rect:
-    case Tool::oval:
-    case Tool::arrow:
-        m_dragStart = point;
-        break;
-    case Tool::draw:
-        m_activePath = QPainterPath(point);
-        m_lastBrushPoint = point;
-        break;
-    case Tool::text:
-        if (const auto index = topmostTextAt(point)) {
-            const auto& text = std::get<TextAnnotation>(m_annotations[static_cast<size_t>(*index)]);
-            beginEditing(text.rect, text.text, index);
-            return;
-        }
-        m_textDragStart = point;
-        break;
-    case Tool::step:
-        placeStep(point);
-        break;
-    default:
-        break;
-    }
-}
-
-void CanvasDocument::drawingMouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) {
-    const bool shift = shiftHeld(modifiers);
-    std::optional<QRectF> progress;
-    switch (m_activeTool) {
-    case Tool::rect:
-    case Tool::oval:
-        if (!m_dragStart) {
-            return;
-        }
-        m_dragRect = geometry::rectFromPoints(*m_dragStart, point, shift);
-        progress = m_dragRect;
-        break;
-    case Tool::arrow:
-        if (!m_dragStart) {
-            return;
-        }
-        m_arrowPreviewEnd = shift ? geometry::snapAngle(*m_dragStart, point) : point;
-        progress = spanned(*m_dragStart, *m_arrowPreviewEnd);
-        break;
-    case Tool::text:
-        if (!m_textDragStart) {
-            return;
-        }
-        m_textDragRect = geometry::rectFromPoints(*m_textDragStart, point, shift);
-        progress = m_textDragRect;
-        break;
-    case Tool::draw:
-        if (!m_activePath || !m_lastBrushPoint) {
-            return;
-        }
-        if (shift) {
-            if (!m_shiftAnchorPoint) {
-                m_shiftAnchorPoint = m_lastBrushPoint;
-            }
-            m_shiftPreviewPoint = point;
-        } else {
-            if (m_shiftAnchorPoint) {
-                const QPointF end =
-                    geometry::snapAngle(*m_shiftAnchorPoint, m_shiftPreviewPoint.value_or(point));
-                m_activePath->lineTo(end);
-                m_lastBrushPoint = end;
-                m_shiftAnchorPoint.reset();
-                m_shiftPreviewPoint.reset();
-            }
-            m_activePath->lineTo(point);
-            m_lastBrushPoint = point;
-        }
-        progress = m_activePath->controlPointRect();
-        break;
-    default:
-        return;
-    }
-    if (onInProgressGeometryChanged) {
-        onInProgressGeometryChanged(progress);
-    }
-    redisplay();
-}
-
-void CanvasDocument::drawingMouseUp(QPointF point, Qt::KeyboardModifiers modifiers) {
-    switch (m_activeTool) {
-    case Tool::rect:
-    case Tool::oval:
-        if (m_dragRect && m_dragRect->width() > minimumShapeSide &&
-            m_dragRect->height() > minimumShapeSide) {
-            const bool oval = m_activeTool == Tool::oval;
-            finishCreation(
-                makeShape(oval ? ShapeAnnotation::Shape::oval : ShapeAnnotation::Shape::rect,
-                          *m_dragRect, m_style),
-                oval ? QStringLiteral("Draw Oval") : QStringLiteral("Draw Rectangle"));
-            return;
-        }
-        break;
-    case Tool::arrow:
-        if (m_dragStart) {
-            const QPointF end =
-                shiftHeld(modifiers) ? geometry::snapAngle(*m_dragStart, point) : point;
-            const QPointF d = end - *m_dragStart;
-            if (std::hypot(d.x(), d.y()) > minimumArrowLength) {
-                finishCreation(makeArrow(*m_dragStart, end, (*m_dragStart + end) / 2, m_style,
-                                         currentArrowEndCap),
-                               QStringLiteral("Draw Arrow"));
-                return;
-            }
-        }
-        break;
-    case Tool::draw:
-        if (m_activePath) {
-            if (m_shiftAnchorPoint) {
-                m_activePath->lineTo(
-                    geometry::snapAngle(*m_shiftAnchorPoint, m_shiftPreviewPoint.value_or(point)));
-            }
-            if (m_activePath->elementCount() > 1) {
-                finishCreation(makeStroke(*m_activePath, m_style), QStringLiteral("Draw Stroke"));
-                return;
-            }
-        }
-        break;
-    case Tool::text: {
-        const std::optional<QRectF> rect = m_textDragRect;
-        m_textDragStart.reset();
-        m_textDragRect.reset();
-        if (onInProgressGeometryChanged) {
-            onInProgressGeometryChanged(std::nullopt);
-        }
-        if (rect && rect->width() > minimumTextSide && rect->height() > minimumTextSide) {
-            beginEditing(*rect, QString(), std::nullopt);
-        }
-        redisplay();
-        return;
-    }
-    default:
-        break;
-    }
-    resetDrawingState();
-}
-
 void CanvasDocument::finishCreation(Annotation annotation, const QString& actionName) {
     AnnotationList previous = m_annotations;
     AnnotationList list = m_annotations;
@@ -326,22 +114,7 @@ void CanvasDocument::finishCreation(Annotation annotation, const QString& action
     assignAnnotations(std::move(list));
     m_lastSelected = {static_cast<int>(m_annotations.size()) - 1};
     registerUndo(std::move(previous), actionName);
-    resetDrawingState();
-}
-
-void CanvasDocument::resetDrawingState() {
-    m_dragStart.reset();
-    m_dragRect.reset();
-    m_activePath.reset();
-    m_lastBrushPoint.reset();
-    m_shiftAnchorPoint.reset();
-    m_shiftPreviewPoint.reset();
-    m_arrowPreviewEnd.reset();
-    m_textDragStart.reset();
-    m_textDragRect.reset();
-    if (onInProgressGeometryChanged) {
-        onInProgressGeometryChanged(std::nullopt);
-    }
+    onInProgressGeometryChanged.notify(std::nullopt);
     redisplay();
 }
 

@@ -27,7 +27,7 @@ void CanvasDocument::renumberSteps() {
 void CanvasDocument::appendPictureItems(std::vector<CanvasMenuItem>& menu) const {
     using Action = CanvasMenuItem::Action;
     const bool withSteps = steps::hasSteps(m_annotations);
-    if ((withSteps || onCopyText) && !menu.empty()) {
+    if ((withSteps || !onCopyText.empty()) && !menu.empty()) {
         menu.back().separatorAfter = true;
     }
     if (withSteps) {
@@ -35,7 +35,7 @@ void CanvasDocument::appendPictureItems(std::vector<CanvasMenuItem>& menu) const
                                             QStringLiteral("renumber"),
                                             !steps::renumbering(m_annotations).empty()));
     }
-    if (onCopyText) {
+    if (!onCopyText.empty()) {
         menu.push_back(CanvasMenuItem::make(Action::copyText, QStringLiteral("Copy Text"),
                                             QStringLiteral("copy-text")));
     }

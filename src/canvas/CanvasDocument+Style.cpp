@@ -8,8 +8,8 @@ void CanvasDocument::setStyle(const AnnotationStyle& style) {
     }
     m_style = style;
     // The open editor shows the box in the current style, frame inset included.
-    if (m_textEditing && onTextEditingStyleChanged) {
-        onTextEditingStyleChanged();
+    if (m_textEditing) {
+        onTextEditingStyleChanged.notify();
     }
     redisplay();
 }

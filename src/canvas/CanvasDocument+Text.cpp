@@ -31,9 +31,7 @@ void CanvasDocument::beginEditing(const QRectF& rect, const QString& text,
         m_style.fillColor = a.backgroundColor;
         m_style.strokeColor = a.strokeColor;
         m_style.lineStyle = a.lineStyle;
-        if (onSelectionChanged) {
-            onSelectionChanged({a});
-        }
+        onSelectionChanged.notify({a});
     }
     const double padding = std::max(m_style.textPadding, 0.0);
     const QRectF frame = rect.adjusted(padding, padding, -padding, -padding);
@@ -45,9 +43,7 @@ void CanvasDocument::beginEditing(const QRectF& rect, const QString& text,
     }
     m_textEditing = TextEditing{rect, index, id, text, frame.height()};
     redisplay();
-    if (onTextEditingStarted) {
-        onTextEditingStarted();
-    }
+    onTextEditingStarted.notify();
 }
 
 std::optional<TextEditSession> CanvasDocument::session() const {
@@ -127,9 +123,7 @@ void CanvasDocument::commitTextEditing(bool cancel) {
                            existing ? QStringLiteral("Edit Text") : QStringLiteral("Add Text"));
     }
     m_isCommittingText = false;
-    if (onTextEditingEnded) {
-        onTextEditingEnded();
-    }
+    onTextEditingEnded.notify();
     redisplay();
 }
 
@@ -139,8 +133,8 @@ void CanvasDocument::escapeFromTextEditor() {
     }
     const bool empty = m_textEditing->text.trimmed().isEmpty();
     commitTextEditing(empty);
-    if (!empty && onRequestTool) {
-        onRequestTool(Tool::select);
+    if (!empty) {
+        onRequestTool.notify(Tool::select);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "CanvasDocument.h"
 
+#include "CanvasGesture.h"
 #include "model/AnnotationGeometry.h"
 
 #include <QUndoCommand>
@@ -61,25 +62,24 @@ private:
 } // namespace
 
 CanvasDocument::CanvasDocument() {
+    makeGestures();
     updateCanvasSize();
 }
+
+CanvasDocument::~CanvasDocument() = default;
 
 void CanvasDocument::setImage(const QImage& image) {
     m_image = image;
     updateCanvasSize();
     redisplay();
-    if (onImageChanged) {
-        onImageChanged(m_image);
-    }
+    onImageChanged.notify(m_image);
 }
 
 void CanvasDocument::assignImage(QImage image, AnnotationList list) {
     m_image = std::move(image);
     // Assigning the list grows the canvas and redisplays, for the new image as well.
     assignAnnotations(std::move(list));
-    if (onImageChanged) {
-        onImageChanged(m_image);
-    }
+    onImageChanged.notify(m_image);
 }
 
 void CanvasDocument::replaceImage(QImage image, AnnotationList list, const QString& actionName,
@@ -109,8 +109,8 @@ void CanvasDocument::assignAnnotations(AnnotationList list) {
     // Indices that fell out of range are dropped from the selection.
     std::erase_if(m_selected, [this](int i) { return !validIndex(i); });
     updateCanvasSize();
-    if (oldCount != m_annotations.size() && onAnnotationsChanged) {
-        onAnnotationsChanged(static_cast<int>(m_annotations.size()));
+    if (oldCount != m_annotations.size()) {
+        onAnnotationsChanged.notify(static_cast<int>(m_annotations.size()));
     }
     redisplay();
 }
@@ -143,16 +143,12 @@ void CanvasDocument::updateCanvasSize() {
     const QSizeF size = geometry::canvasSize(QSizeF(m_image.size()), m_annotations);
     if (m_canvasSize.isEmpty() || geometry::canvasSizeChanged(m_canvasSize, size)) {
         m_canvasSize = size;
-        if (onCanvasSizeChanged) {
-            onCanvasSizeChanged(size);
-        }
+        onCanvasSizeChanged.notify(size);
     }
 }
 
 void CanvasDocument::redisplay(std::optional<QRectF> area) {
-    if (onNeedsDisplay) {
-        onNeedsDisplay(area);
-    }
+    onNeedsDisplay.notify(area);
 }
 
 bool CanvasDocument::validIndex(int index) const {
@@ -175,18 +171,17 @@ void CanvasDocument::selectionDidChange() {
             currentArrowEndCap = arrow->endCap;
         }
     }
-    if (onSelectionChanged) {
-        onSelectionChanged(selected);
-    }
+    onSelectionChanged.notify(selected);
     reportSelectionGeometry();
 }
 
 void CanvasDocument::reportSelectionGeometry() {
-    if (onSelectionGeometryChanged) {
-        const auto selected = selectedAnnotations();
-        onSelectionGeometryChanged(selected.size() == 1 ? std::optional(selected.front())
-                                                        : std::nullopt);
+    if (onSelectionGeometryChanged.empty()) {
+        return;
     }
+    const auto selected = selectedAnnotations();
+    onSelectionGeometryChanged.notify(selected.size() == 1 ? std::optional(selected.front())
+                                                           : std::nullopt);
 }
 
 std::vector<Annotation> CanvasDocument::selectedAnnotations() const {
@@ -203,8 +198,8 @@ void CanvasDocument::selectAll() {
     if (m_annotations.empty()) {
         return;
     }
-    if (m_activeTool != Tool::select && onRequestTool) {
-        onRequestTool(Tool::select);
+    if (m_activeTool != Tool::select) {
+        onRequestTool.notify(Tool::select);
     }
     std::set<int> all;
     for (int i = 0; i < static_cast<int>(m_annotations.size()); ++i) {
@@ -224,15 +219,6 @@ std::optional<QRectF> CanvasDocument::selectionBounds() const {
     return united;
 }
 
-bool CanvasDocument::isDragging() const {
-    return m_selectDragOp || m_selectionDragStart || m_dragStart || m_activePath ||
-           m_textDragStart || m_cropDragHandle;
-}
-
-bool CanvasDocument::wantsCrosshair() const {
-    return m_dragStart || m_activePath || m_textDragStart;
-}
-
 CanvasSnapshot CanvasDocument::snapshot() const {
     CanvasSnapshot s;
     s.image = m_image;
@@ -245,20 +231,14 @@ CanvasSnapshot CanvasDocument::snapshot() const {
     s.cornerRadius = m_style.cornerRadius;
     s.lineStyle = m_style.lineStyle;
     s.currentArrowEndCap = currentArrowEndCap;
-    s.dragStart = m_dragStart;
-    s.dragRect = m_dragRect;
-    s.activePath = m_activePath;
-    s.arrowPreviewEnd = m_arrowPreviewEnd;
-    s.shiftAnchorPoint = m_shiftAnchorPoint;
-    s.shiftPreviewPoint = m_shiftPreviewPoint;
-    s.textDragRect = m_textDragRect;
+    for (const auto& [tool, gesture] : m_gestures) {
+        gesture->describe(s);
+    }
     if (m_textEditing) {
         s.activeTextOuterRect = m_textEditing->outerRect;
         s.editingTextIndex = m_textEditing->index;
     }
     s.selectedIndices.assign(m_selected.begin(), m_selected.end());
-    s.selectionDragRect = m_selectionDragRect;
-    s.selectionDragInProgress = m_selectDragOp.has_value();
     s.cropRect = cropRect;
     s.gestureLayer = gestureLayer;
     s.cursorPosOnImage = m_cursorPosOnImage;

@@ -3,6 +3,7 @@
 #include "AnnotationRenderer.h"
 #include "CanvasSnapshot.h"
 #include "model/AnnotationStyle.h"
+#include "model/Listeners.h"
 #include "model/PresetEntry.h"
 
 #include <QFont>
@@ -10,12 +11,16 @@
 #include <QUndoStack>
 
 #include <functional>
+#include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <variant>
 #include <vector>
 
 namespace vellumix {
+
+class CanvasGesture;
 
 /// A drag in the select tool. Each records where the pointer went down and the state before the
 /// drag, so every drag event recomputes from the original.
@@ -119,6 +124,7 @@ struct TextEditSession {
 class CanvasDocument {
 public:
     CanvasDocument();
+    ~CanvasDocument();
     CanvasDocument(const CanvasDocument&) = delete;
     CanvasDocument& operator=(const CanvasDocument&) = delete;
 
@@ -242,35 +248,41 @@ public:
     /// Whether drawing tools want the crosshair now (a drag is under way).
     bool wantsCrosshair() const;
 
-    // --- Callbacks (all optional) -----------------------------------------------------------
-    std::function<void(const std::vector<Annotation>&)> onSelectionChanged;
-    std::function<void(const std::optional<Annotation>&)> onSelectionGeometryChanged;
-    std::function<void(std::optional<QPointF>)> onSelectionMoveChanged;
-    std::function<void(std::optional<QRectF>)> onInProgressGeometryChanged;
-    std::function<void(int)> onAnnotationsChanged;
+    // --- Change notifications (any number of listeners; see Listeners) ---------------------
+    Listeners<const std::vector<Annotation>&> onSelectionChanged;
+    Listeners<const std::optional<Annotation>&> onSelectionGeometryChanged;
+    Listeners<std::optional<QPointF>> onSelectionMoveChanged;
+    Listeners<std::optional<QRectF>> onInProgressGeometryChanged;
+    Listeners<int> onAnnotationsChanged;
     /// The image changed: set, replaced by an operation, or by undo and redo of one.
-    std::function<void(const QImage&)> onImageChanged;
-    std::function<void(Tool)> onRequestTool;
-    std::function<void(std::optional<QRectF>)> onCropRectChanged;
-    std::function<void()> onEditImageCancelled;
-    std::function<void(const Annotation&)> onSaveStylePreset;
-    std::function<void(const AnnotationStyle&, Tool)> onApplyStylePreset;
-    std::function<void(std::optional<QPointF>)> onRequestAddOverlay;
-    std::function<void(const AnnotationIDSet&)> onMergeIntoImage;
-    /// "Copy Text" from the context menu; the item is offered only while this is set.
-    std::function<void()> onCopyText;
+    Listeners<const QImage&> onImageChanged;
+    Listeners<Tool> onRequestTool;
+    Listeners<std::optional<QRectF>> onCropRectChanged;
+    Listeners<> onEditImageCancelled;
+    Listeners<const Annotation&> onSaveStylePreset;
+    Listeners<const AnnotationStyle&, Tool> onApplyStylePreset;
+    Listeners<std::optional<QPointF>> onRequestAddOverlay;
+    Listeners<const AnnotationIDSet&> onMergeIntoImage;
+    /// "Copy Text" from the context menu; the item is offered only while someone listens.
+    Listeners<> onCopyText;
     /// The widget's hooks: repaint (a canvas rectangle, or all), size, editor open/close.
-    std::function<void(std::optional<QRectF>)> onNeedsDisplay;
-    std::function<void(QSizeF)> onCanvasSizeChanged;
-    std::function<void()> onTextEditingStarted;
-    std::function<void()> onTextEditingEnded;
+    Listeners<std::optional<QRectF>> onNeedsDisplay;
+    Listeners<QSizeF> onCanvasSizeChanged;
+    Listeners<> onTextEditingStarted;
+    Listeners<> onTextEditingEnded;
     /// The text style changed while a box is being edited: the editor takes the new style.
-    std::function<void()> onTextEditingStyleChanged;
-    /// Services: the system clipboard's image, and the saved presets of a tool.
+    Listeners<> onTextEditingStyleChanged;
+
+    // --- Services: questions with one answerer each, so plain functions (optional) ----------
+    /// The system clipboard's image.
     std::function<QImage()> clipboardImage;
+    /// The saved presets of a tool.
     std::function<std::vector<PresetEntry>(Tool)> presetsForTool;
 
 private:
+    // Gestures work on the list, the selection and the undo steps from inside.
+    friend class CanvasGesture;
+
     struct TextEditing {
         QRectF outerRect;
         /// The box being edited, followed by identity: commands that reorder or replace the
@@ -290,23 +302,15 @@ private:
     void reportSelectionGeometry();
     void redisplay(std::optional<QRectF> area = std::nullopt);
     void updateCanvasSize();
-    void resetDrawingState();
     void finishCreation(Annotation annotation, const QString& actionName);
     bool validIndex(int index) const;
     std::optional<QRectF> selectionBounds() const;
 
-    void selectMouseDown(QPointF point, Qt::KeyboardModifiers modifiers, int clickCount);
-
-    void shiftClick(const std::vector<int>& hits);
-
-    bool beginSelectionDrag(QPointF point, const std::vector<int>& hits);
-    void selectMouseDragged(QPointF point, Qt::KeyboardModifiers modifiers);
-    void selectMouseUp();
-    void drawingMouseDown(QPointF point);
-    void drawingMouseDragged(QPointF point, Qt::KeyboardModifiers modifiers);
-    void drawingMouseUp(QPointF point, Qt::KeyboardModifiers modifiers);
-    void cropMouseDown(QPointF point, int clickCount);
-    void cropMouseDragged(QPointF point);
+    bool escapePressed();
+    bool commandKeyPressed(int key, bool shift);
+    bool selectionKeyPressed(int key, bool ctrl, bool shift);
+    void makeGestures();
+    CanvasGesture* activeGesture() const;
     std::optional<int> topmostTextAt(QPointF point) const;
     void moveSelectionInOrder(bool up, bool toEnd);
     /// The items about the whole picture that end every context menu (steps, text).
@@ -322,25 +326,9 @@ private:
 
     std::set<int> m_selected;
     std::set<int> m_lastSelected;
-    std::optional<int> m_shiftCycleTarget;
-    std::optional<QPointF> m_selectionDragStart;
-    std::optional<QRectF> m_selectionDragRect;
-    std::optional<SelectDragOp> m_selectDragOp;
-    bool m_hasDraggedAnnotation = false;
-    AnnotationList m_listBeforeDrag;
-
-    std::optional<QPointF> m_dragStart;
-    std::optional<QRectF> m_dragRect;
-    std::optional<QPainterPath> m_activePath;
-    std::optional<QPointF> m_lastBrushPoint;
-    std::optional<QPointF> m_shiftAnchorPoint;
-    std::optional<QPointF> m_shiftPreviewPoint;
-    std::optional<QPointF> m_arrowPreviewEnd;
-    std::optional<QPointF> m_textDragStart;
-    std::optional<QRectF> m_textDragRect;
-
-    std::optional<CropHandle> m_cropDragHandle;
-    std::optional<QPointF> m_cropDragStart;
+    // The gesture of each tool (rect and oval share one), holding the state of a press under
+    // way; the overlay tool has none.
+    std::map<Tool, std::shared_ptr<CanvasGesture>> m_gestures;
 
     std::optional<QPointF> m_cursorPosOnImage;
     std::optional<QPointF> m_pendingOverlayInsertPoint;

@@ -39,7 +39,7 @@ EditorModel::EditorModel(CanvasDocument& document, Settings& settings, StyleLibr
     }
     m_document.setImage(image);
     m_document.setShowsAnnotations(true);
-    installDocumentCallbacks();
+    listenToDocument();
     // The window opens in the rect tool showing its style, whatever the setting.
     m_activeTool = Tool::rect;
     m_document.setActiveTool(Tool::rect);
@@ -48,47 +48,36 @@ EditorModel::EditorModel(CanvasDocument& document, Settings& settings, StyleLibr
 
 EditorModel::~EditorModel() {
     // The document may outlive the model (the canvas widget owns it).
-    m_document.onSelectionChanged = nullptr;
-    m_document.onSelectionGeometryChanged = nullptr;
-    m_document.onSelectionMoveChanged = nullptr;
-    m_document.onInProgressGeometryChanged = nullptr;
-    m_document.onAnnotationsChanged = nullptr;
-    m_document.onImageChanged = nullptr;
-    m_document.onRequestTool = nullptr;
-    m_document.onCropRectChanged = nullptr;
-    m_document.onApplyStylePreset = nullptr;
-    m_document.onSaveStylePreset = nullptr;
     m_document.presetsForTool = nullptr;
 }
 
-void EditorModel::installDocumentCallbacks() {
-    m_document.onSelectionChanged = [this](const std::vector<Annotation>& selection) {
-        selectionChanged(selection);
-    };
-    m_document.onSelectionGeometryChanged = [this](const std::optional<Annotation>& annotation) {
-        selectionGeometryChanged(annotation);
-    };
-    m_document.onSelectionMoveChanged = [this](std::optional<QPointF>) { Batch batch(*this); };
-    m_document.onInProgressGeometryChanged = [this](std::optional<QRectF> rect) {
-        inProgressGeometryChanged(rect);
-    };
-    m_document.onAnnotationsChanged = [this](int count) { annotationsChanged(count); };
-    m_document.onImageChanged = [this](const QImage& image) {
+void EditorModel::listenToDocument() {
+    CanvasDocument& d = m_document;
+    m_subscriptions.push_back(d.onSelectionChanged.subscribe(
+        [this](const std::vector<Annotation>& selection) { selectionChanged(selection); }));
+    m_subscriptions.push_back(d.onSelectionGeometryChanged.subscribe(
+        [this](const std::optional<Annotation>& a) { selectionGeometryChanged(a); }));
+    m_subscriptions.push_back(
+        d.onSelectionMoveChanged.subscribe([this](std::optional<QPointF>) { Batch batch(*this); }));
+    m_subscriptions.push_back(d.onInProgressGeometryChanged.subscribe(
+        [this](std::optional<QRectF> rect) { inProgressGeometryChanged(rect); }));
+    m_subscriptions.push_back(
+        d.onAnnotationsChanged.subscribe([this](int count) { annotationsChanged(count); }));
+    m_subscriptions.push_back(d.onImageChanged.subscribe([this](const QImage& image) {
         Batch batch(*this);
         m_image = image;
         if (onImageChanged) {
             onImageChanged(image);
         }
-    };
-    m_document.onRequestTool = [this](Tool tool) { selectTool(tool); };
-    m_document.onCropRectChanged = [this](std::optional<QRectF>) { Batch batch(*this); };
-    m_document.onApplyStylePreset = [this](const AnnotationStyle& style, Tool tool) {
-        applyStylePreset(style, tool);
-    };
-    m_document.onSaveStylePreset = [this](const Annotation& annotation) {
-        saveStylePreset(annotation);
-    };
-    m_document.presetsForTool = [this](Tool tool) {
+    }));
+    m_subscriptions.push_back(d.onRequestTool.subscribe([this](Tool tool) { selectTool(tool); }));
+    m_subscriptions.push_back(
+        d.onCropRectChanged.subscribe([this](std::optional<QRectF>) { Batch batch(*this); }));
+    m_subscriptions.push_back(d.onApplyStylePreset.subscribe(
+        [this](const AnnotationStyle& style, Tool tool) { applyStylePreset(style, tool); }));
+    m_subscriptions.push_back(d.onSaveStylePreset.subscribe(
+        [this](const Annotation& annotation) { saveStylePreset(annotation); }));
+    d.presetsForTool = [this](Tool tool) {
         const ToolPresets presets = m_library.loadPresets();
         const auto it = presets.find(tool);
         return it == presets.end() ? std::vector<PresetEntry>() : it->second;

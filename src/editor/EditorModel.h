@@ -4,6 +4,7 @@
 #include "EditorLayout.h"
 #include "library/StyleLibrary.h"
 #include "model/AnnotationStyle.h"
+#include "model/Listeners.h"
 
 #include <QImage>
 
@@ -39,13 +40,7 @@ double zoomOutStep(double magnification);
 /// style of each drawing tool, the style controls, zoom, the read-outs and annotation
 /// visibility. The window turns widget signals into calls here and shows `controls()` whenever
 /// `onControlsChanged` reports; it decides nothing itself.
-///
-/// The model takes over these callbacks of the document and the window must not replace them:
-/// `onSelectionChanged`, `onSelectionGeometryChanged`, `onSelectionMoveChanged`,
-/// `onInProgressGeometryChanged`, `onAnnotationsChanged`, `onRequestTool`, `onCropRectChanged`,
-/// `onApplyStylePreset`, `onSaveStylePreset`, `onImageChanged` and `presetsForTool`. The others
-/// (the widget's hooks, overlays, merging, cancelling an image edit, the clipboard) stay the
-/// window's.
+/// It answers the document's `presetsForTool` while it lives.
 class EditorModel {
 public:
     /// Puts `image` on the canvas, fills the tool styles (the remembered ones when
@@ -145,7 +140,7 @@ private:
         EditorModel& m_model;
     };
 
-    void installDocumentCallbacks();
+    void listenToDocument();
     void publish();
 
     // Canvas callbacks.
@@ -210,6 +205,8 @@ private:
 
     int m_batchDepth = 0;
     std::optional<EditorControls> m_published;
+    // Last, so the model stops listening before any of its state goes.
+    std::vector<Subscription> m_subscriptions;
 };
 
 } // namespace vellumix

@@ -42,12 +42,13 @@ void EditorWindowController::connectActions() {
 
     m_model->onImageChanged = [this](const QImage& image) { imageDidChange(image); };
     CanvasDocument& canvas = m_canvas->document();
-    canvas.onEditImageCancelled = [this] { cancelImageEdit(); };
-    canvas.onMergeIntoImage = [this](const AnnotationIDSet& ids) { mergeIntoImage(ids); };
-    canvas.onCopyText = [this] { copyText(); };
-    canvas.onRequestAddOverlay = [this](std::optional<QPointF> point) {
-        addOverlayFromFile(point);
-    };
+    m_canvasSubscriptions.push_back(
+        canvas.onEditImageCancelled.subscribe([this] { cancelImageEdit(); }));
+    m_canvasSubscriptions.push_back(canvas.onMergeIntoImage.subscribe(
+        [this](const AnnotationIDSet& ids) { mergeIntoImage(ids); }));
+    m_canvasSubscriptions.push_back(canvas.onCopyText.subscribe([this] { copyText(); }));
+    m_canvasSubscriptions.push_back(canvas.onRequestAddOverlay.subscribe(
+        [this](std::optional<QPointF> point) { addOverlayFromFile(point); }));
 }
 
 void EditorWindowController::connectStyleControls() {

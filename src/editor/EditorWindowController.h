@@ -4,6 +4,7 @@
 #include "ai/Routing.h"
 #include "ai/SensitiveText.h"
 #include "model/Annotation.h"
+#include "model/Listeners.h"
 
 #include <QPointer>
 #include <QSet>
@@ -245,6 +246,7 @@ private:
     std::unique_ptr<BundleAutosave> m_autosave;
 
     AnnotationCanvasView* m_canvas = nullptr;
+    std::vector<Subscription> m_canvasSubscriptions;
     CenteringClipView* m_scrollView = nullptr;
     std::unique_ptr<EditorModel> m_model;
     std::unique_ptr<AnalysisCache> m_visionAnalysis;

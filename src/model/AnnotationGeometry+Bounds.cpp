@@ -21,6 +21,13 @@ bool containsClosed(const QRectF& rect, QPointF point) {
            point.y() <= r.bottom();
 }
 
+bool intersectsClosed(const QRectF& a, const QRectF& b) {
+    const QRectF x = a.normalized();
+    const QRectF y = b.normalized();
+    return x.left() <= y.right() && y.left() <= x.right() && x.top() <= y.bottom() &&
+           y.top() <= x.bottom();
+}
+
 QRectF bounds(const Annotation& annotation) {
     switch (kindOf(annotation)) {
     case AnnotationKind::shape:

@@ -65,6 +65,8 @@ QRectF unite(const QRectF& a, const QRectF& b);
 
 /// Closed containment: points on the edges are inside. Works for zero-size rectangles too.
 bool containsClosed(const QRectF& rect, QPointF point);
+/// Closed overlap: rectangles that only touch meet. Works for zero-size rectangles too.
+bool intersectsClosed(const QRectF& a, const QRectF& b);
 
 // --- Arrow paths -------------------------------------------------------------------------------
 

@@ -91,7 +91,8 @@ TEST_F(CanvasViewTest, PastingAClipboardImageAddsAnOverlay) {
 
 TEST_F(CanvasViewTest, EscapeCommitsTextAndReturnsToSelect) {
     std::vector<Tool> requested;
-    view.document().onRequestTool = [&](Tool t) { requested.push_back(t); };
+    const Subscription s =
+        view.document().onRequestTool.subscribe([&](Tool t) { requested.push_back(t); });
     view.document().setActiveTool(Tool::text);
     QTest::mousePress(&view, Qt::LeftButton, {}, {60, 60});
     moveWithButton(&view, {260, 140});

@@ -16,12 +16,13 @@ class CanvasDocumentTest : public ::testing::Test {
 protected:
     CanvasDocument doc;
     std::vector<Tool> requestedTools;
+    Subscription toolRequests;
 
     void SetUp() override {
         QImage image(1000, 800, QImage::Format_RGB32);
         image.fill(Qt::white);
         doc.setImage(image);
-        doc.onRequestTool = [this](Tool t) { requestedTools.push_back(t); };
+        toolRequests = doc.onRequestTool.subscribe([this](Tool t) { requestedTools.push_back(t); });
     }
     void drag(QPointF from, QPointF to, Qt::KeyboardModifiers m = none) {
         doc.mouseDown(from, m, 1);

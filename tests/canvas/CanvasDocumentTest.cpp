@@ -303,7 +303,8 @@ TEST_F(CanvasDocumentTest, TextBoxesGrowWhileTypingButNeverShrink) {
 
 TEST_F(CanvasDocumentTest, ContextMenuDependsOnWhatWasClicked) {
     std::optional<QPointF> overlayPoint;
-    doc.onRequestAddOverlay = [&](std::optional<QPointF> p) { overlayPoint = p; };
+    const Subscription s =
+        doc.onRequestAddOverlay.subscribe([&](std::optional<QPointF> p) { overlayPoint = p; });
     auto menu = doc.contextMenu({500, 500});
     ASSERT_EQ(menu.size(), 1u);
     EXPECT_EQ(menu[0].title, QStringLiteral("Add image overlay…"));
@@ -338,7 +339,8 @@ TEST_F(CanvasDocumentTest, ContextMenuDependsOnWhatWasClicked) {
 
 TEST_F(CanvasDocumentTest, CropDoubleClickTakesTheWholeImage) {
     std::optional<QRectF> reported;
-    doc.onCropRectChanged = [&](std::optional<QRectF> r) { reported = r; };
+    const Subscription s =
+        doc.onCropRectChanged.subscribe([&](std::optional<QRectF> r) { reported = r; });
     doc.setActiveTool(Tool::editImage);
     doc.mouseDown({500, 400}, none, 2);
     EXPECT_EQ(reported, QRectF(20, 20, 1000, 800));

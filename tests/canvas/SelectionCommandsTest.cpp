@@ -138,7 +138,7 @@ TEST_F(CanvasDocumentTest, ToolStateFollowsSelectionAndKeys) {
 
     // Escape in the image-edit tool cancels the session; elsewhere it is not taken.
     int cancelled = 0;
-    doc.onEditImageCancelled = [&] { ++cancelled; };
+    const Subscription s = doc.onEditImageCancelled.subscribe([&] { ++cancelled; });
     doc.setActiveTool(Tool::editImage);
     EXPECT_TRUE(doc.keyPress(Qt::Key_Escape, none, {}));
     doc.setActiveTool(Tool::select);

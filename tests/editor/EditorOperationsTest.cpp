@@ -82,8 +82,8 @@ TEST_F(EditorWindowTest, ApplyingACropIsOneUndoableStep) {
 TEST_F(EditorWindowTest, MergingDrawsTheAnnotationsIntoThePixels) {
     openImage(400, 300, {rectAt({40, 40, 100, 60}), rectAt({200, 200, 40, 40})});
     const AnnotationID first = idOf(doc().annotations()[0]);
-    ASSERT_TRUE(doc().onMergeIntoImage);
-    doc().onMergeIntoImage({first});
+    ASSERT_FALSE(doc().onMergeIntoImage.empty());
+    doc().onMergeIntoImage.notify({first});
     ASSERT_EQ(doc().annotations().size(), 1u);
     // The left edge of the merged rectangle (x 40 on the canvas) is image column 20.
     EXPECT_EQ(window->model().image().pixelColor(20, 50).rgb(), SystemColors::red.toQColor().rgb());
