@@ -4,17 +4,17 @@
 namespace vellumix {
 
 void PenGesture::mouseDown(QPointF point, Qt::KeyboardModifiers, int) {
-    m_stroke = Stroke{QPainterPath(point), point, std::nullopt};
+    m_drag = StrokeDrag{QPainterPath(point), point, std::nullopt};
 }
 
 void PenGesture::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) {
-    if (!m_stroke) {
+    if (!m_drag) {
         return;
     }
-    Stroke& s = *m_stroke;
+    StrokeDrag& s = *m_drag;
     if (modifiers.testFlag(Qt::ShiftModifier)) {
         if (!s.straight) {
-            s.straight = StraightSegment{s.lastPoint, std::nullopt};
+            s.straight = StrokeDrag::Straight{s.lastPoint, std::nullopt};
         }
         s.straight->preview = point;
     } else {
@@ -33,7 +33,7 @@ void PenGesture::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) {
 }
 
 void PenGesture::mouseUp(QPointF point, Qt::KeyboardModifiers) {
-    std::optional<Stroke> stroke = std::exchange(m_stroke, std::nullopt);
+    std::optional<StrokeDrag> stroke = std::exchange(m_drag, std::nullopt);
     if (stroke && stroke->straight) {
         stroke->path.lineTo(geometry::snapAngle(stroke->straight->anchor,
                                                 stroke->straight->preview.value_or(point)));
@@ -46,11 +46,11 @@ void PenGesture::mouseUp(QPointF point, Qt::KeyboardModifiers) {
 }
 
 void PenGesture::describe(CanvasSnapshot& s) const {
-    if (m_stroke) {
-        s.activePath = m_stroke->path;
-        if (m_stroke->straight) {
-            s.shiftAnchorPoint = m_stroke->straight->anchor;
-            s.shiftPreviewPoint = m_stroke->straight->preview;
+    if (m_drag) {
+        s.activePath = m_drag->path;
+        if (m_drag->straight) {
+            s.shiftAnchorPoint = m_drag->straight->anchor;
+            s.shiftPreviewPoint = m_drag->straight->preview;
         }
     }
 }

@@ -17,7 +17,7 @@ bool shiftHeld(Qt::KeyboardModifiers m) {
 } // namespace
 
 void ShapeGesture::mouseDown(QPointF point, Qt::KeyboardModifiers, int) {
-    m_drag = Drag{point, std::nullopt};
+    m_drag = BoxDrag{point, std::nullopt};
 }
 
 void ShapeGesture::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) {
@@ -50,7 +50,7 @@ void ShapeGesture::describe(CanvasSnapshot& s) const {
 }
 
 void ArrowGesture::mouseDown(QPointF point, Qt::KeyboardModifiers, int) {
-    m_drag = Drag{point, std::nullopt};
+    m_drag = ArrowDrag{point, std::nullopt};
 }
 
 void ArrowGesture::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) {
@@ -63,7 +63,7 @@ void ArrowGesture::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) 
 }
 
 void ArrowGesture::mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) {
-    const std::optional<Drag> drag = std::exchange(m_drag, std::nullopt);
+    const std::optional<ArrowDrag> drag = std::exchange(m_drag, std::nullopt);
     if (!drag) {
         showProgress(std::nullopt);
         return;

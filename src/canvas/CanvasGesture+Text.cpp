@@ -15,7 +15,7 @@ void TextGesture::mouseDown(QPointF point, Qt::KeyboardModifiers, int) {
         m_doc.beginEditing(text.rect, text.text, index);
         return;
     }
-    m_drag = Drag{point, std::nullopt};
+    m_drag = BoxDrag{point, std::nullopt};
 }
 
 void TextGesture::mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) {

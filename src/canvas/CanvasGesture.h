@@ -52,85 +52,77 @@ protected:
     CanvasDocument& m_doc;
 };
 
-/// Rectangles and ovals: a drag spans the box (Shift makes it square).
-class ShapeGesture final : public CanvasGesture {
+/// A drawing tool's gesture: idle, or a drag holding `Drag`. Drawing wants the crosshair.
+template <class Drag> class DrawingGesture : public CanvasGesture {
 public:
     using CanvasGesture::CanvasGesture;
+    bool isDragging() const override { return m_drag.has_value(); }
+    bool wantsCrosshair() const override { return isDragging(); }
+
+protected:
+    std::optional<Drag> m_drag;
+};
+
+/// A drag spanning a box from where it started.
+struct BoxDrag {
+    QPointF start;
+    std::optional<QRectF> rect;
+};
+
+/// Rectangles and ovals: a drag spans the box (Shift makes it square).
+class ShapeGesture final : public DrawingGesture<BoxDrag> {
+public:
+    using DrawingGesture::DrawingGesture;
     void mouseDown(QPointF point, Qt::KeyboardModifiers, int) override;
     void mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) override;
     void mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) override;
-    bool isDragging() const override { return m_drag.has_value(); }
-    bool wantsCrosshair() const override { return isDragging(); }
     void describe(CanvasSnapshot& s) const override;
+};
 
-private:
-    struct Drag {
-        QPointF start;
-        std::optional<QRectF> rect;
-    };
-    std::optional<Drag> m_drag;
+struct ArrowDrag {
+    QPointF start;
+    std::optional<QPointF> previewEnd;
 };
 
 /// Arrows: a drag from tail to head (Shift snaps the angle).
-class ArrowGesture final : public CanvasGesture {
+class ArrowGesture final : public DrawingGesture<ArrowDrag> {
 public:
-    using CanvasGesture::CanvasGesture;
+    using DrawingGesture::DrawingGesture;
     void mouseDown(QPointF point, Qt::KeyboardModifiers, int) override;
     void mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) override;
     void mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) override;
-    bool isDragging() const override { return m_drag.has_value(); }
-    bool wantsCrosshair() const override { return isDragging(); }
     void describe(CanvasSnapshot& s) const override;
-
-private:
-    struct Drag {
-        QPointF start;
-        std::optional<QPointF> previewEnd;
-    };
-    std::optional<Drag> m_drag;
 };
 
-/// Free-hand strokes; while Shift is held the stroke runs straight from where it was.
-class PenGesture final : public CanvasGesture {
-public:
-    using CanvasGesture::CanvasGesture;
-    void mouseDown(QPointF point, Qt::KeyboardModifiers, int) override;
-    void mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) override;
-    void mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) override;
-    bool isDragging() const override { return m_stroke.has_value(); }
-    bool wantsCrosshair() const override { return isDragging(); }
-    void describe(CanvasSnapshot& s) const override;
-
-private:
-    struct StraightSegment {
+/// A free-hand stroke; `straight` is the piece drawn straight while Shift is held.
+struct StrokeDrag {
+    struct Straight {
         QPointF anchor;
         std::optional<QPointF> preview;
     };
-    struct Stroke {
-        QPainterPath path;
-        QPointF lastPoint;
-        std::optional<StraightSegment> straight;
-    };
-    std::optional<Stroke> m_stroke;
+    QPainterPath path;
+    QPointF lastPoint;
+    std::optional<Straight> straight;
 };
 
-/// Text: a click on a box edits it; a drag spans a new box, edited when released.
-class TextGesture final : public CanvasGesture {
+/// Free-hand strokes; while Shift is held the stroke runs straight from where it was.
+class PenGesture final : public DrawingGesture<StrokeDrag> {
 public:
-    using CanvasGesture::CanvasGesture;
+    using DrawingGesture::DrawingGesture;
     void mouseDown(QPointF point, Qt::KeyboardModifiers, int) override;
     void mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) override;
     void mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) override;
-    bool isDragging() const override { return m_drag.has_value(); }
-    bool wantsCrosshair() const override { return isDragging(); }
     void describe(CanvasSnapshot& s) const override;
+};
 
-private:
-    struct Drag {
-        QPointF start;
-        std::optional<QRectF> rect;
-    };
-    std::optional<Drag> m_drag;
+/// Text: a click on a box edits it; a drag spans a new box, edited when released.
+class TextGesture final : public DrawingGesture<BoxDrag> {
+public:
+    using DrawingGesture::DrawingGesture;
+    void mouseDown(QPointF point, Qt::KeyboardModifiers, int) override;
+    void mouseDragged(QPointF point, Qt::KeyboardModifiers modifiers) override;
+    void mouseUp(QPointF point, Qt::KeyboardModifiers modifiers) override;
+    void describe(CanvasSnapshot& s) const override;
 };
 
 /// Numbered steps: each click places the next one.

@@ -4,12 +4,7 @@
 namespace {
 
 ArrowAnnotation arrowFrom(QPointF start, QPointF end, ArrowEndCap cap = ArrowEndCap::triangle) {
-    ArrowAnnotation arrow;
-    arrow.start = start;
-    arrow.end = end;
-    arrow.controlPoint = (start + end) / 2;
-    arrow.endCap = cap;
-    return arrow;
+    return makeArrow(start, end, (start + end) / 2, AnnotationStyle(), cap);
 }
 
 } // namespace
