@@ -137,25 +137,6 @@ int countOfKind(const AnnotationList& list, AnnotationKind kind) {
 
 } // namespace
 
-TEST_F(CanvasViewTest, APressThatEndsAnEditIsConsumed) {
-    // The text tool's case is the document's (SelectionCommandsTest); with the select tool, the
-    // click that commits an edit does not select what it lands on.
-    view.document().setAnnotationsWithoutUndo(
-        {textAt({40, 40, 160, 40}, QStringLiteral("Note")), rectAt({250, 150, 100, 80})});
-    view.document().setActiveTool(Tool::select);
-    QTest::mouseDClick(&view, Qt::LeftButton, {}, {60, 55});
-    ASSERT_NE(view.textEditor(), nullptr);
-    QTest::keyClicks(view.textEditor(), "Changed");
-    QTest::mouseClick(&view, Qt::LeftButton, {}, {300, 190});
-    QApplication::processEvents();
-    EXPECT_EQ(view.textEditor(), nullptr);
-    EXPECT_TRUE(view.document().selectedIndices().empty());
-    EXPECT_EQ(std::get<TextAnnotation>(annotations()[0]).text, QStringLiteral("Changed"));
-    // The next click acts as usual.
-    QTest::mouseClick(&view, Qt::LeftButton, {}, {300, 190});
-    EXPECT_EQ(view.document().selectedIndices(), std::set<int>{1});
-}
-
 TEST_F(CanvasViewTest, ListChangesDuringAnEditKeepTheEditedBox) {
     struct Change {
         const char* name;

@@ -334,3 +334,38 @@ TEST_F(CanvasDocumentTest, CropDoubleClickTakesTheWholeImage) {
     drag({100, 100}, {300, 250});
     EXPECT_EQ(doc.cropRect, QRectF(100, 100, 200, 150));
 }
+
+// Mid-drag, each tool's preview is in the snapshot the canvas paints; the release clears it.
+TEST_F(CanvasDocumentTest, TheSnapshotShowsEachGestureUnderWay) {
+    const QRectF box(100, 100, 100, 50);
+    struct Row {
+        Tool tool;
+        std::function<bool(const CanvasSnapshot&)> shows;
+    };
+    const std::vector<Row> rows{
+        {Tool::select, [&](const CanvasSnapshot& s) { return s.selectionDragRect == box; }},
+        {Tool::rect, [&](const CanvasSnapshot& s) { return s.dragRect == box; }},
+        {Tool::oval, [&](const CanvasSnapshot& s) { return s.dragRect == box; }},
+        {Tool::arrow,
+         [&](const CanvasSnapshot& s) {
+             return s.dragStart == box.topLeft() && s.arrowPreviewEnd == box.bottomRight();
+         }},
+        {Tool::draw,
+         [&](const CanvasSnapshot& s) {
+             return s.activePath && s.activePath->currentPosition() == box.bottomRight();
+         }},
+        {Tool::text, [&](const CanvasSnapshot& s) { return s.textDragRect == box; }},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(static_cast<int>(row.tool));
+        doc.setActiveTool(row.tool);
+        doc.mouseDown(box.topLeft(), none, 1);
+        doc.mouseDragged(box.bottomRight(), none);
+        EXPECT_TRUE(row.shows(doc.snapshot()));
+        EXPECT_EQ(doc.wantsCrosshair(), row.tool != Tool::select);
+        doc.mouseUp(box.bottomRight(), none);
+        EXPECT_FALSE(row.shows(doc.snapshot()));
+        EXPECT_FALSE(doc.isDragging());
+        doc.commitTextEditing(true);
+    }
+}

@@ -170,6 +170,14 @@ TEST_F(CanvasDocumentTest, APressThatEndsAnEditDoesNothingElse) {
     // The next press works normally again.
     drag({400, 400}, {600, 500});
     EXPECT_TRUE(doc.isEditingText());
+    // With the select tool, the click that commits selects nothing; the next one does.
+    const int rect = addRect({700, 100, 100, 100});
+    doc.setActiveTool(Tool::select);
+    click({750, 150});
+    EXPECT_FALSE(doc.isEditingText());
+    EXPECT_TRUE(doc.selectedIndices().empty());
+    click({750, 150});
+    EXPECT_EQ(doc.selectedIndices(), std::set<int>{rect});
 }
 
 TEST_F(CanvasDocumentTest, FlatteningCommitsTheOpenEditAndKeepsTheSelection) {

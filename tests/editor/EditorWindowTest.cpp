@@ -40,22 +40,6 @@ TEST_F(EditorWindowTest, ToolLettersAndButtonsSwitchTools) {
     EXPECT_EQ(doc().activeTool(), Tool::select);
 }
 
-TEST_F(EditorWindowTest, AControlChangeRestylesTheSelectionAsOneStep) {
-    openImage(400, 300, {rectAt({40, 40, 80, 60}), rectAt({200, 100, 80, 60})});
-    QTest::mouseClick(tool(Tool::select), Qt::LeftButton);
-    doc().selectAll();
-    const int steps = doc().undoStack().count();
-    // "S" → "M": the next entry of the line width pop-up, chosen from the keyboard.
-    lineWidthPopUp()->setFocus();
-    QTest::keyClick(lineWidthPopUp(), Qt::Key_Down);
-    EXPECT_EQ(lineWidthPopUp()->currentText(), QStringLiteral("M"));
-    // One step for both (the restyle rules are the model's).
-    EXPECT_EQ(doc().undoStack().count(), steps + 1);
-    for (const Annotation& a : doc().annotations()) {
-        EXPECT_EQ(std::get<ShapeAnnotation>(a).lineWidth, 4);
-    }
-}
-
 // The steps and limits are the model's; here the buttons and Ctrl+wheel reach it and the canvas
 // follows.
 TEST_F(EditorWindowTest, ZoomButtonsAndTheWheelResizeTheCanvas) {
