@@ -88,6 +88,12 @@ void CanvasDocument::mouseExited() {
     }
 }
 
+void CanvasDocument::describeGestures(CanvasSnapshot& snapshot) const {
+    for (const auto& [tool, gesture] : m_gestures) {
+        gesture->describe(snapshot);
+    }
+}
+
 bool CanvasDocument::isDragging() const {
     return std::any_of(m_gestures.begin(), m_gestures.end(),
                        [](const auto& entry) { return entry.second->isDragging(); });

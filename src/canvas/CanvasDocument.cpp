@@ -1,6 +1,5 @@
 #include "CanvasDocument.h"
 
-#include "CanvasGesture.h"
 #include "model/AnnotationGeometry.h"
 
 #include <QUndoCommand>
@@ -65,8 +64,6 @@ CanvasDocument::CanvasDocument() {
     makeGestures();
     updateCanvasSize();
 }
-
-CanvasDocument::~CanvasDocument() = default;
 
 void CanvasDocument::setImage(const QImage& image) {
     m_image = image;
@@ -231,9 +228,7 @@ CanvasSnapshot CanvasDocument::snapshot() const {
     s.cornerRadius = m_style.cornerRadius;
     s.lineStyle = m_style.lineStyle;
     s.currentArrowEndCap = currentArrowEndCap;
-    for (const auto& [tool, gesture] : m_gestures) {
-        gesture->describe(s);
-    }
+    describeGestures(s);
     if (m_textEditing) {
         s.activeTextOuterRect = m_textEditing->outerRect;
         s.editingTextIndex = m_textEditing->index;

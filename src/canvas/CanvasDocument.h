@@ -124,7 +124,6 @@ struct TextEditSession {
 class CanvasDocument {
 public:
     CanvasDocument();
-    ~CanvasDocument();
     CanvasDocument(const CanvasDocument&) = delete;
     CanvasDocument& operator=(const CanvasDocument&) = delete;
 
@@ -311,6 +310,7 @@ private:
     bool selectionKeyPressed(int key, bool ctrl, bool shift);
     void makeGestures();
     CanvasGesture* activeGesture() const;
+    void describeGestures(CanvasSnapshot& snapshot) const;
     std::optional<int> topmostTextAt(QPointF point) const;
     void moveSelectionInOrder(bool up, bool toEnd);
     /// The items about the whole picture that end every context menu (steps, text).
