@@ -13,6 +13,7 @@
 #                       cold) until its full-screen overlay window is mapped
 #   release → PNG       the selection made (mouse release; Flameshot: Return) until the
 #                       picture is complete on disk (Vellumix: its history bundle's image.png)
+#   release → editor    Vellumix only: the selection made until its editor window maps
 #   file → editor       a cold process opened with a 5120 × 2880 picture until its window maps
 #   tray RSS / PSS      the resident process 5 s after start, idle (KiB)
 #   5K RSS / PSS        the process with the 5120 × 2880 picture open, 3 s after its window
@@ -83,6 +84,13 @@ vellumix_round() {
   timed capture vellumix file "$XDG_DATA_HOME/Vellumix/*.vellumix/image.png" 10000 -- xdotool mouseup 1
   sleep 1
   close_editors "$pid"
+  # Vellumix alone: a second capture, timed until its editor window maps.
+  "$APP" --capture
+  sleep 1
+  drag
+  timed editor vellumix map 600 400 10000 -- xdotool mouseup 1
+  sleep 1
+  close_editors "$pid"
   kill_pid "$pid"
   timed open vellumix map 600 400 20000 -- "$APP" "$WORK/5k.png"
   pid=$WATCHED_PID
@@ -138,11 +146,11 @@ median() {
   fi
 }
 printf '%-18s %10s %10s %10s %12s %12s\n' figure vellumix flameshot ksnip vs_flameshot vs_ksnip
-for figure in trigger capture open tray-rss tray-pss 5k-rss 5k-pss; do
+for figure in trigger capture editor open tray-rss tray-pss 5k-rss 5k-pss; do
   v=$(median "$FIGURES/$figure.vellumix")
   f=$(median "$FIGURES/$figure.flameshot")
   k=$(median "$FIGURES/$figure.ksnip")
   ratio() { [[ "$1" =~ ^[0-9.]+$ && "$2" =~ ^[0-9.]+$ ]] && awk "BEGIN {printf \"%.2f\", $1 / $2}" || echo "-"; }
   printf '%-18s %10s %10s %10s %12s %12s\n' "$figure" "$v" "$f" "$k" "$(ratio "$v" "$f")" "$(ratio "$v" "$k")"
 done
-echo "(ms for trigger, capture and open; KiB for memory; $RUNS rounds, medians)"
+echo "(ms for trigger, capture, editor and open; KiB for memory; $RUNS rounds, medians)"
