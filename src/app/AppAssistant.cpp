@@ -15,7 +15,6 @@ namespace vellumix {
 
 AppAssistant::AppAssistant(DocumentOpener& opener, Settings& settings, Keychain& keychain)
     : m_opener(opener), m_settings(settings), m_keychain(keychain) {
-    m_opener.preparingEditor = [this] { loadClients(); };
     m_opener.promptFieldState = [this] { return promptFieldState(); };
 }
 

@@ -153,9 +153,10 @@ void DocumentOpener::openNewImage(QImage image, std::optional<QString> sourceFor
 EditorWindowController* DocumentOpener::openDocument(EditorDocument document) {
     history();
     const std::optional<QString> sourceFormat = document.sourceFormat;
-    if (preparingEditor) {
-        preparingEditor();
-    }
+    // Asked before the window is made: the answer may load what the window is built with (the
+    // assistant's clients).
+    const std::optional<PromptFieldState> promptState =
+        promptFieldState ? std::optional(promptFieldState()) : std::nullopt;
     auto* editor = new EditorWindowController(
         std::move(document), EditorServices{m_settings, *m_styles, m_history.get()});
     m_editors.push_back(editor);
@@ -169,8 +170,8 @@ EditorWindowController* DocumentOpener::openDocument(EditorDocument document) {
             m_idleMemory.releaseSoon();
         }
     };
-    if (promptFieldState) {
-        editor->showPromptFieldState(promptFieldState());
+    if (promptState) {
+        editor->showPromptFieldState(*promptState);
     }
     editor->present();
     return editor;

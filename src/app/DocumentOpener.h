@@ -41,9 +41,8 @@ public:
 
     const std::vector<EditorWindowController*>& editors() const { return m_editors; }
 
-    /// Runs before each new window is made (the assistant loads its clients). Optional.
-    std::function<void()> preparingEditor;
-    /// What the assistant's prompt field should show; each new window asks it. Optional.
+    /// What the assistant's prompt field should show; asked before each new window is made.
+    /// Optional.
     std::function<PromptFieldState()> promptFieldState;
     /// Every open window shows the prompt field state afresh (the key or a provider changed).
     void refreshPromptFields();
